@@ -1,0 +1,49 @@
+// The settings store, Prefstore.dll. Keys are `<section>.<group>.<name>`; values are text.
+//
+// All results: 0 is success, anything else means that nothing was delivered. `flags` is always 0. Every
+// operation may be called from several threads at once.
+#pragma once
+
+#include <cstdint>
+
+#include "contracts/wide_string.h"
+
+namespace orrery {
+
+class IConfigChangeObserver {
+  public:
+    virtual ~IConfigChangeObserver() = default;
+    // On the store's notifying thread. value1 is the value before, value2 the value after; a key that is
+    // not set has the empty text.
+    virtual void OnConfigChange(const char16_t* section, const char16_t* group, const char16_t* name,
+                                const char16_t* value1, const char16_t* value2) = 0;
+};
+
+class ConfigUtil {
+  public:
+    virtual ~ConfigUtil() = default;
+    // On 0 `*value` is the store's and goes back through ReleaseValue.
+    virtual uint32_t GetValue(const WideString& key, const WideString** value, uint32_t flags) = 0;
+    virtual uint32_t ReadValue(const WideString& key, WideString& value, uint32_t flags) = 0;
+    // `size`: in, the characters that `buffer` holds, terminator included; out, the length of the value
+    // without it. A value that doesn't fit is a failure that leaves the buffer alone.
+    virtual uint32_t ReadValueParts(const char16_t* section, const char16_t* group, const char16_t* name,
+                                    char16_t* buffer, uint32_t* size, uint32_t flags) = 0;
+    // On 0 the value is on disk.
+    virtual uint32_t WriteValue(const WideString& key, const WideString& value, uint32_t flags) = 0;
+    virtual uint32_t WriteValueParts(const char16_t* section, const char16_t* group, const char16_t* name,
+                                     const char16_t* value, uint32_t flags) = 0;
+    virtual uint32_t DeleteValue(const WideString& key) = 0;
+    virtual void ReleaseValue(const WideString** value) = 0;
+    virtual uint32_t Subscribe(const char16_t* section, IConfigChangeObserver* observer) = 0;
+    // No notification comes after the return: it waits for one in flight, unless it is called from it.
+    virtual uint32_t Unsubscribe(const char16_t* section, IConfigChangeObserver* observer) = 0;
+    // Interval texts: `N`, `N` with s, m, h or d, `rand(a,b)` (drawn anew at each call, both bounds
+    // included). Anything else fails and leaves `seconds` alone.
+    virtual uint32_t EvaluateInterval(const WideString& text, uint32_t& seconds) = 0;
+};
+
+// Exported as "GetUtil": the one store of the process, or null. Nobody gives it back.
+using GetUtilFunction = ConfigUtil* (*)();
+
+}  // namespace orrery

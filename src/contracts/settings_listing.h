@@ -1,0 +1,25 @@
+// How the host lists what the settings store holds. The module doesn't use it.
+#pragma once
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "contracts/wide_string.h"
+
+namespace orrery {
+
+class ISettingsListing {
+  public:
+    virtual ~ISettingsListing() = default;
+    // Every key that begins with `prefix` and its value, in the order of the keys. 0 on success.
+    virtual uint32_t List(const WideString& prefix,
+                          std::vector<std::pair<WideString, WideString>>& settings) = 0;
+    // Why the store could not be opened or was set aside; empty if nothing is wrong. UTF-8.
+    virtual const char* Problem() = 0;
+};
+
+// Exported by Prefstore.dll as "GetListing": the same store as that of "GetUtil", never null.
+using GetListingFunction = ISettingsListing* (*)();
+
+}  // namespace orrery
