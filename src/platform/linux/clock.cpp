@@ -1,0 +1,89 @@
+#include "platform/clock.h"
+
+#include <atomic>
+#include <chrono>
+#include <ctime>
+
+namespace orrery::platform {
+
+namespace {
+
+using Ticks = std::chrono::duration<int64_t, std::ratio<1, ticksPerSecond>>;
+using TickTime = std::chrono::sys_time<Ticks>;
+
+constexpr TickTime startOfTicks = std::chrono::sys_days(std::chrono::year(1601) / 1 / 1);
+
+class SystemClock final : public Clock {
+  public:
+    int64_t SystemTicks() override {
+        const auto now = std::chrono::floor<Ticks>(std::chrono::system_clock::now());
+        return (now - startOfTicks).count();
+    }
+    int64_t SteadyTicks() override {
+        const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
+        return std::chrono::floor<Ticks>(sinceStart).count();
+    }
+    int64_t LocalOffset(int64_t utcSeconds) override {
+        const std::time_t instant = utcSeconds;
+        std::tm local{};
+        ::tzset();  // a zone changed since the start counts; localtime_r alone wouldn't look
+        return ::localtime_r(&instant, &local) ? local.tm_gmtoff : 0;
+    }
+};
+
+SystemClock systemClock;
+std::atomic<Clock*> current{&systemClock};
+
+TickTime Now() {
+    return startOfTicks + Ticks(current.load()->SystemTicks());
+}
+
+int64_t SecondsOf(TickTime time) {
+    return std::chrono::floor<std::chrono::seconds>(time).time_since_epoch().count();
+}
+
+CalendarTime Calendar(TickTime time) {
+    const auto day = std::chrono::floor<std::chrono::days>(time);
+    const std::chrono::year_month_day date(day);
+    const std::chrono::hh_mm_ss timeOfDay(std::chrono::floor<std::chrono::milliseconds>(time - day));
+    CalendarTime result;
+    result.year = static_cast<uint16_t>(static_cast<int>(date.year()));
+    result.month = static_cast<uint16_t>(static_cast<unsigned>(date.month()));
+    result.dayOfWeek = static_cast<uint16_t>(std::chrono::weekday(day).c_encoding());
+    result.day = static_cast<uint16_t>(static_cast<unsigned>(date.day()));
+    result.hour = static_cast<uint16_t>(timeOfDay.hours().count());
+    result.minute = static_cast<uint16_t>(timeOfDay.minutes().count());
+    result.second = static_cast<uint16_t>(timeOfDay.seconds().count());
+    result.milliseconds = static_cast<uint16_t>(timeOfDay.subseconds().count());
+    return result;
+}
+
+}  // namespace
+
+int64_t SystemTicks() {
+    return current.load()->SystemTicks();
+}
+
+int64_t SteadyTicks() {
+    return current.load()->SteadyTicks();
+}
+
+int64_t UtcSeconds() {
+    return SecondsOf(Now());
+}
+
+CalendarTime UtcTime() {
+    return Calendar(Now());
+}
+
+CalendarTime LocalTime() {
+    const TickTime now = Now();
+    const std::chrono::seconds offset(current.load()->LocalOffset(SecondsOf(now)));
+    return Calendar(now + offset);
+}
+
+void SetClock(Clock* clock) {
+    current = clock ? clock : &systemClock;
+}
+
+}  // namespace orrery::platform
