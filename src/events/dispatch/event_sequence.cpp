@@ -1,0 +1,72 @@
+#include "events/dispatch/event_sequence.h"
+
+#include "platform/error_codes.h"
+#include "platform/guid.h"
+
+namespace orrery {
+
+namespace {
+
+// A text with its own brackets; that of a named object begins with its key.
+bool IsDocument(const WideString& text) {
+    return (text.starts_with(u'{') || text.starts_with(u'[')) &&
+           (text.ends_with(u'}') || text.ends_with(u']'));
+}
+
+void AddIfSet(CMessageObject& message, const char16_t* key, const WideString& text) {
+    if (!text.empty()) message.AddString(key, text);
+}
+
+}  // namespace
+
+CEventSequence::CEventSequence(WideString source, WideString schedulerId, WideString executionTime)
+    : source(std::move(source)),
+      schedulerId(std::move(schedulerId)),
+      executionTime(std::move(executionTime)) {
+    WideString guid;
+    if (platform::NewGuid(guid)) sequenceId = u"{" + guid + u"}";
+}
+
+void CEventSequence::Stamp(CMessageObject& message) const {
+    message.AddString(u"EventId", sequenceId);
+    AddIfSet(message, u"EventSource", source);
+    AddIfSet(message, u"EventSchedulerId", schedulerId);
+    AddIfSet(message, u"SchedulerExecutionTime", executionTime);
+}
+
+uint32_t CEventSequence::AddEvent(const CMessageObject& message) {
+    WideString text;
+    if (!message.Serialize(text)) return InvalidParameter;
+    CMessageObject stamped = message;
+    Stamp(stamped);
+    if (IsDocument(text)) {
+        events.push_back(std::move(stamped));
+        return Success;
+    }
+    events.emplace_back().AddItem(CMessageItem(std::move(stamped)), true);
+    return Success;
+}
+
+uint32_t CEventSequence::AddActions(const CMessageObject& response) {
+    const CMessageObject* actions = nullptr;
+    if (!response.GetObject(u"Actions", actions)) return NoData;
+    for (const CMessageItem& action : actions->items) {
+        if (action.kind != KindObject) continue;
+        const uint32_t result = AddEvent(*action.value.object);
+        if (result != 0) return result;
+    }
+    return events.empty() ? NoData : Success;
+}
+
+WideString CEventSequence::ToText() const {
+    WideString text;
+    for (const CMessageObject& event : events) {
+        WideString one;
+        event.Serialize(one);
+        if (!text.empty()) text += u',';
+        text += one;
+    }
+    return events.size() > 1 ? u"[" + text + u"]" : text;
+}
+
+}  // namespace orrery
