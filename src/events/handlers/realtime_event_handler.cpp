@@ -1,0 +1,30 @@
+#include "events/handlers/realtime_event_handler.h"
+
+#include <new>
+
+#include "events/handlers/realtime_switch_handler.h"
+#include "plugin/realtime_context.h"
+
+namespace orrery {
+
+namespace {
+
+template <class Handler>
+void AddPrototype(CPluginEventHandlers& registry, ITracebox* tracebox, ISchedulerHelper* scheduler) {
+    auto prototype = std::make_unique<Handler>(tracebox, scheduler);
+    const WideString name = prototype->name;
+    registry.AddEventHandler(name, std::move(prototype));
+}
+
+}  // namespace
+
+CRealtimeEventHandler::CRealtimeEventHandler(ITracebox* tracebox, IDispatcherHelper* dispatcher,
+                                             ISchedulerHelper* scheduler)
+    : CPluginEventHandlers(tracebox, dispatcher, scheduler) {
+    AddPrototype<CRealtimeClearHandler>(*this, tracebox, scheduler);
+    AddPrototype<CRealtimeEnableHandler>(*this, tracebox, scheduler);
+    AddPrototype<CRealtimeDisableHandler>(*this, tracebox, scheduler);
+    SetContext(new (std::nothrow) CRealtimeContext(tracebox, dispatcher));
+}
+
+}  // namespace orrery

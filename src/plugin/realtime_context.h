@@ -1,0 +1,55 @@
+// Owns the long-lived working objects of the plug-in: the realtime manager and the use of the HTTP transport.
+// It also watches which proxy the transport really used.
+//
+// Its fields don't change after construction. OnProxyUsed comes on a thread of the transport, everything else
+// on threads of the host.
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "contracts/config_util.h"
+#include "contracts/tracebox.h"
+#include "contracts/wirelink.h"
+#include "events/dispatch/event_control.h"
+#include "foundation/wirelink_loader.h"
+#include "plugin/plugin_context.h"
+#include "realtime/realtime_manager.h"
+
+namespace orrery {
+
+class IDispatcherHelper;
+
+class CRealtimeContext final : public IPluginContext, public IProxyUsedObserver {
+  public:
+    // Born with one reference. A missing transport is only traced here; what the manager's constructor throws
+    // goes through.
+    CRealtimeContext(ITracebox* tracebox, IDispatcherHelper* dispatcher);
+    CRealtimeContext(const CRealtimeContext&) = delete;
+    CRealtimeContext& operator=(const CRealtimeContext&) = delete;
+
+    uint32_t AddRef() override { return ++refCount; }
+    uint32_t Release() override;
+    uint32_t Start() override;  // always 0
+    void Stop() override;       // silent: no bind event follows
+    CRealtimeManager* GetRealtimeManager() override { return manager.get(); }
+    INotificationsManager* GetDmpNotificationsManager() override { return nullptr; }
+    void OnProxyUsed(IProxySetting* proxy) override;
+
+    // One run at a time for work that excludes itself; a second attempt fails at once.
+    CEventControl eventControl{ControlRefuse};
+
+  private:
+    ~CRealtimeContext() override;
+    void LoadTransport();
+    void GiveTransportBack();
+
+    std::atomic<uint32_t> refCount{1};
+    ConfigUtil* const configUtil;
+    IDispatcherHelper* const dispatcher;
+    std::unique_ptr<CWirelinkLoader> wirelinkLoader;
+    IWirelink* wirelink = nullptr;
+    std::unique_ptr<CRealtimeManager> manager;
+};
+
+}  // namespace orrery
