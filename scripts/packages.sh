@@ -9,7 +9,7 @@ build_packages=(
 )
 run_packages=(curl)
 test_packages=(tinyproxy squid openssl iproute2 binutils)
-bench_packages=(libbenchmark-dev rapidjson-dev)
+bench_packages=(libbenchmark-dev rapidjson-dev jq)
 
 # need_packages NAME... : installs those that are missing; nothing is asked and no service is started.
 need_packages() {
