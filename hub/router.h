@@ -1,0 +1,27 @@
+// From method and path to the handler; answers 404 and 405 itself. It knows no sockets and gives handlers no
+// thread of their own: they run where Handle is called, one at a time, and must not wait.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+
+#include "hub/http_message.h"
+
+namespace orrery::hub {
+
+class Router {
+  public:
+    using Handler = std::function<HttpResponse(const HttpRequest& request)>;
+
+    // The path is exact, case included. A second handler for the same method and path replaces the first.
+    void Add(const std::string& method, const std::string& path, Handler handler);
+    HttpResponse Handle(const HttpRequest& request) const;
+
+  private:
+    using Methods = std::map<std::string, Handler>;
+
+    std::map<std::string, Methods> paths;
+};
+
+}  // namespace orrery::hub
