@@ -1,0 +1,81 @@
+#include "platform/linux/auto_proxy/helper_process.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+
+namespace orrery::platform {
+namespace {
+
+using namespace std::chrono_literals;
+
+HelperResult RunShell(const std::string& script, std::chrono::milliseconds deadline = 60s) {
+    return RunHelper({"/bin/sh", "-c", script}, deadline);
+}
+
+TEST(HelperProcess, GivesOutputAndExitCode) {
+    const HelperResult result = RunShell("echo answer; exit 7");
+    EXPECT_EQ(result.error, 0);
+    EXPECT_EQ(result.exitCode, 7);
+    EXPECT_EQ(result.output, "answer\n");
+}
+
+TEST(HelperProcess, SeesNothingOfOurs) {
+    const int ours = open("/dev/null", O_RDONLY);  // without close-on-exec
+    setenv("SECRET_OF_OURS", "1", 1);
+    EXPECT_EQ(RunShell("cat; ls /proc/$$/fd | tr '\\n' ' '; env | grep -c SECRET").output, "0 1 2 0\n");
+    unsetenv("SECRET_OF_OURS");
+    close(ours);
+}
+
+TEST(HelperProcess, DeadlineHoldsWhateverStaysOpen) {
+    // The one behind keeps the output open when the shell itself has gone.
+    EXPECT_EQ(RunShell("sleep 1000 & exit 0", 200ms).error, ETIMEDOUT);
+    // Still running with its output closed.
+    EXPECT_EQ(RunShell("exec >&-; sleep 1000", 200ms).error, ETIMEDOUT);
+}
+
+TEST(HelperProcess, WholeGroupEndsWithIt) {
+    const std::string fifo = "/tmp/helper_process_test." + std::to_string(getpid());
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    pollfd reader{open(fifo.c_str(), O_RDONLY | O_NONBLOCK), POLLIN, 0};
+    EXPECT_EQ(RunShell("exec 3> " + fifo + "; sleep 1000 > /dev/null & exit 0").exitCode, 0);
+    EXPECT_EQ(poll(&reader, 1, 30'000), 1);
+    EXPECT_EQ(reader.revents, POLLHUP);  // the last writer has gone
+    close(reader.fd);
+    unlink(fifo.c_str());
+}
+
+TEST(HelperProcess, EndlessOutputIsCutShort) {
+    EXPECT_EQ(RunShell("while :; do echo 0123456789012345678901234567890123456789; done").error, EMSGSIZE);
+}
+
+TEST(HelperProcess, ReportsSignalAndMissingProgram) {
+    EXPECT_EQ(RunShell("kill -SEGV $$").error, EINTR);
+    EXPECT_EQ(RunHelper({"/nonexistent/program"}, 60s).error, ENOENT);
+}
+
+TEST(HelperProcess, LeavesNoChildAndNoDescriptor) {
+    const auto openDescriptors = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    };
+    const auto before = openDescriptors();
+    for (int i = 0; i < 50; ++i) {
+        RunShell(i % 2 ? "exit 0" : "kill -KILL $$");
+        RunShell("sleep 1000", 1ms);
+        RunHelper({"/nonexistent/program"}, 60s);
+    }
+    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+}
+
+}  // namespace
+}  // namespace orrery::platform
