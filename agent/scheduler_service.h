@@ -1,0 +1,58 @@
+// The agent's scheduler: takes the SchedulerTask requests, keeps the tasks in the settings store under
+// `Scheduler.Tasks.<id>`, and hands their actions to the event library when they are due. When that is,
+// Scheduler decides. It doesn't see whether an action succeeds.
+//
+// Handle comes from the delivering thread and the main one; Restore and RunDue from the main thread.
+#pragma once
+
+#include <optional>
+
+#include "agent/scheduler.h"
+#include "agent/wake_timer.h"
+#include "contracts/config_util.h"
+#include "contracts/eventgate.h"
+#include "platform/mutex.h"
+
+namespace orrery::agent {
+
+class SchedulerService {
+  public:
+    // Keys of the store and their values.
+    using StoredTasks = std::vector<std::pair<WideString, WideString>>;
+
+    // All three outlive the service.
+    SchedulerService(ConfigUtil& store, IEventgate& eventgate, WakeTimer& timer);
+
+    static bool IsRequest(WideView eventName);
+    // `body` is what the event's name holds. 0, 87, 183, 1168, or the store's code.
+    uint32_t Handle(WideView eventName, const CMessageObject& body);
+
+    // Takes up the tasks of an earlier run; those that can't be read stay in the store as they are. Tasks
+    // begin to run with the timer's next wake.
+    void Restore(const StoredTasks& stored);
+    // On the timer's wake.
+    void RunDue();
+
+  private:
+    uint32_t AddLocked(const CMessageObject& body) REQUIRES(lock);
+    uint32_t RemoveLocked(const WideString& id) REQUIRES(lock);
+    uint32_t EnableLocked(const WideString& id, bool enabled) REQUIRES(lock);
+    uint32_t KeepLocked(const ScheduleTask& task) REQUIRES(lock);
+    void ShortenWaitsLocked(int64_t now) REQUIRES(lock);
+    bool RefreshLocked(const WideString& id, int64_t now) REQUIRES(lock);
+    void RunLocked(const WideString& id, int64_t now) REQUIRES(lock);
+
+    ConfigUtil& store;
+    IEventgate& eventgate;
+    WakeTimer& timer;
+
+    // Held over the store's writes and over Dispatch, which only queues: so a request that an action brings
+    // about is taken after the task has been put away.
+    Mutex lock;
+    Scheduler scheduler GUARDED_BY(lock);
+};
+
+// "Scheduler.Tasks."
+extern const WideString taskKeyPrefix;
+
+}  // namespace orrery::agent
