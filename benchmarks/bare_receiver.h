@@ -1,5 +1,5 @@
-// A WebSocket client of the library alone: registers a device, subscribes to its topic, counts what it receives.
-// The yardstick for everything that the module adds.
+// A WebSocket client of the library alone: registers a device, subscribes to its topic, counts what it
+// receives. The yardstick for everything that the module adds.
 #pragma once
 
 #include <functional>

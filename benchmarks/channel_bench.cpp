@@ -1,7 +1,7 @@
 // channel_bench HOST:PORT FOLDER : the road of a push, from the frame to the dispatch of its event, against a
-// client of the library alone that only receives. The hub at HOST:PORT sends both the same pushes, as fast as it
-// can. FOLDER takes what is sent. The settings, with the device id "module", come from the agent's home that the
-// environment names: see benchmarks/channel.
+// client of the library alone that only receives. The hub at HOST:PORT sends both the same pushes, as fast as
+// it can. FOLDER takes what is sent. The settings, with the device id "module", come from the agent's home
+// that the environment names: see benchmarks/channel.
 #include <chrono>
 #include <fstream>
 #include <iostream>
@@ -44,19 +44,24 @@ class CountingDispatcher final : public IDispatcherHelper {
 };
 
 void WaitFor(const bench::ArrivalClock& clock) {
-    for (int i = 0; i < 60'000 && !clock.IsComplete(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    for (int i = 0; i < 60'000 && !clock.IsComplete(); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     if (!clock.IsComplete()) throw std::runtime_error("the pushes did not all arrive");
 }
 
-// The body of the push request lies in a file; the hub's interface is asked by the command that every system has.
+// The body of the push request lies in a file; the hub's interface is asked by the command that every system
+// has.
 void Push(const std::string& hub, const std::string& bodyFile) {
-    const std::string command = "curl -sS -o /dev/null --data-binary @" + bodyFile + " http://" + hub + "/api/push";
+    const std::string command =
+        "curl -sS -o /dev/null --data-binary @" + bodyFile + " http://" + hub + "/api/push";
     if (std::system(command.c_str()) != 0) throw std::runtime_error("the hub doesn't answer");
 }
 
 void WriteBody(const std::string& file, const std::string& device) {
-    const nlohmann::json message = {{"Actions", {{"Hello", {{"Text", std::string(120, 'x')}, {"Number", 17}}}}}};
-    const nlohmann::json body = {{"topic", "D" + device}, {"messages", std::vector<nlohmann::json>(pushes, message)}};
+    const nlohmann::json message = {
+        {"Actions", {{"Hello", {{"Text", std::string(120, 'x')}, {"Number", 17}}}}}};
+    const nlohmann::json body = {{"topic", "D" + device},
+                                 {"messages", std::vector<nlohmann::json>(pushes, message)}};
     std::ofstream(file) << body.dump();
 }
 
@@ -103,7 +108,7 @@ int main(int argc, char** argv) {
     for (int round = 0; round < rounds; ++round) {
         const double bare = BareRate(hub, folder + "/bare.json");
         const double module = ModuleRate(hub, folder + "/module.json");
-        result.push_back({{"bare", bare}, {"module", module}});
+        result.push_back({{"bare", bare}, {"ours", module}});
     }
     std::cout << result.dump() << '\n';
     return 0;

@@ -66,15 +66,16 @@ CMessageItem& CMessageItem::operator=(const CMessageItem& other) {
     return *this;
 }
 
+// The source may lie within this item's own child: its content is taken out before the child goes.
 CMessageItem& CMessageItem::operator=(CMessageItem&& other) noexcept {
     if (this == &other) return *this;
+    CMessageItem taken(std::move(other));
     if (kind == KindObject) delete value.object;
-    CMessageType::operator=(std::move(other));
-    text = std::move(other.text);
-    isUnsigned = other.isUnsigned;
-    value = std::exchange(other.value, Value{});
-    other.kind = KindNone;
-    other.name.clear();
+    CMessageType::operator=(std::move(taken));
+    text = std::move(taken.text);
+    isUnsigned = taken.isUnsigned;
+    value = taken.value;
+    taken.kind = KindNone;
     return *this;
 }
 

@@ -84,10 +84,6 @@ class CMessageItem final : public CMessageType, public ISerializableClass {
         bool boolean;
         CMessageObject* object;  // owned
     } value{};
-
-  private:
-    friend class CMessageObject;
-    bool AppendTo(WideString& out) const;
 };
 
 class CMessageObject final : public CMessageType, public ISerializableClass {
@@ -142,9 +138,7 @@ class CMessageObject final : public CMessageType, public ISerializableClass {
     bool isArray = false;
 
   private:
-    friend class CMessageItem;
     void AddSignExtended(WideString key, int32_t number);
-    bool AppendTo(WideString& out) const;
 };
 
 }  // namespace orrery

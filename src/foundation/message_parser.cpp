@@ -1,7 +1,10 @@
-#include <cstring>
+#include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <memory>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 #include <json-parser/json.h>
 
@@ -11,33 +14,51 @@ namespace orrery {
 
 namespace {
 
-constexpr size_t maxDepth = 512;
+constexpr ptrdiff_t maxDepth = 512;
 
 // Objects of up to this many members look for a key's first item by a scan; a larger one keeps an index while
 // it is read, so that its cost stays linear.
 constexpr size_t scanLimit = 16;
 
+// What the scan for depth stops at; everything else is passed over at a byte a step.
+enum ByteClass : uint8_t { Other = 0, Opening, Closing, Quote };
+
+constexpr std::array<ByteClass, 256> ClassTable() {
+    std::array<ByteClass, 256> table{};
+    table['{'] = table['['] = Opening;
+    table['}'] = table[']'] = Closing;
+    table['"'] = Quote;
+    return table;
+}
+
+constexpr std::array<ByteClass, 256> byteClasses = ClassTable();
+
+// Behind the string that begins in front of `at`.
+const char* SkipString(const char* at, const char* end) {
+    while (at != end && *at != '"') at += (*at == '\\' && end - at > 1) ? 2 : 1;
+    return at == end ? end : at + 1;
+}
+
 // Whether brackets nest deeper than `maxDepth`, told before the library builds a tree of them: a few
 // megabytes of brackets would take hundreds of megabytes there.
 bool NestsTooDeep(std::string_view text) {
-    if (text.size() <= maxDepth) return false;
-    size_t depth = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
-        switch (text[i]) {
-            case '{':
-            case '[':
+    const auto opens = [](char c) { return c == '{' || c == '['; };
+    if (std::count_if(text.begin(), text.end(), opens) <= maxDepth) return false;
+    ptrdiff_t depth = 0;
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    while (at != end) {
+        switch (byteClasses[static_cast<unsigned char>(*at++)]) {
+            case Opening:
                 if (++depth > maxDepth) return true;
                 break;
-            case '}':
-            case ']':
+            case Closing:
                 if (depth > 0) --depth;
                 break;
-            case '"':
-                for (++i; i < text.size() && text[i] != '"'; ++i) {
-                    if (text[i] == '\\') ++i;
-                }
+            case Quote:
+                at = SkipString(at, end);
                 break;
-            default:
+            case Other:
                 break;
         }
     }
@@ -62,67 +83,74 @@ struct FreeValue {
     }
 };
 
-// Adds the members of one object, each to the place that its key's earlier items leave it.
-class MemberAdder {
+// Finds the place of each member of one object: its own at the end, or that of an earlier one of the same
+// key.
+class MemberPlaces {
   public:
-    MemberAdder(CMessageObject& target, size_t count) : target(target), indexed(count > scanLimit) {
+    MemberPlaces(CMessageObject& target, size_t count) : target(target), indexed(count > scanLimit) {
         target.items.reserve(count);
         if (indexed) firsts.reserve(count);
     }
 
-    void Add(CMessageItem item, bool replace) {
-        if (!indexed) {
-            target.AddItem(std::move(item), replace);
-            return;
-        }
-        const auto [first, isNew] = firsts.try_emplace(item.name, target.items.size());
-        if (!isNew && replace) {
-            target.items[first->second] = std::move(item);
-            return;
-        }
-        target.AddItem(std::move(item), false);
+    // The place of the item that was put at the end, by its key.
+    CMessageItem& Settle(bool replace) {
+        CMessageItem& fresh = target.items.back();
+        CMessageItem* const earlier = EarlierThan(fresh);
+        if (!earlier || !replace) return fresh;
+        *earlier = std::move(fresh);
+        target.items.pop_back();
+        return *earlier;
     }
 
   private:
+    // The first item of the same key; null if there is none. Then the new one is noted as such.
+    CMessageItem* EarlierThan(const CMessageItem& fresh) {
+        if (!indexed) {
+            CMessageItem* at = target.items.data();
+            while (at != &fresh && at->name != fresh.name) ++at;
+            return at == &fresh ? nullptr : at;
+        }
+        const auto [first, isNew] = firsts.try_emplace(fresh.name, target.items.size() - 1);
+        return isNew ? nullptr : &target.items[first->second];
+    }
+
     CMessageObject& target;
     const bool indexed;
     std::unordered_map<WideString, size_t> firsts;
 };
 
-bool Walk(const json_value& source, CMessageObject& target);
-
-bool WalkChild(const json_value& source, WideString key, CMessageItem& item) {
-    CMessageObject child(std::move(key));
-    if (!Walk(source, child)) return false;
-    item = CMessageItem(std::move(child));
-    return true;
+// Whether an earlier item of the same key gives its place to a value of this type.
+bool Replaces(json_type type, const WideString& key) {
+    if (type == json_object) return false;
+    return type != json_array || !key.empty();
 }
 
-// `replace` tells whether an earlier item of the same key gives way.
-bool MakeItem(const json_value& source, WideString key, CMessageItem& item, bool& replace) {
-    replace = true;
+bool Walk(const json_value& source, CMessageObject& target);
+
+// Gives a Null item its value.
+bool Fill(const json_value& source, CMessageItem& item) {
     switch (source.type) {
         case json_object:
-            replace = false;
-            return WalkChild(source, std::move(key), item);
         case json_array:
-            replace = !key.empty();
-            return WalkChild(source, std::move(key), item);
+            item.value.object = new CMessageObject(item.name);
+            item.kind = KindObject;
+            return Walk(source, *item.value.object);
         case json_integer:
-            item = CMessageItem::Signed(std::move(key), source.u.integer);
+            item.value.integer = source.u.integer;
+            item.kind = KindInteger;
             return true;
         case json_double:
-            item = CMessageItem::Double(std::move(key), source.u.dbl);
+            item.value.number = source.u.dbl;
+            item.kind = KindDouble;
             return true;
-        case json_string: {
-            item = CMessageItem(std::move(key), WideString());
+        case json_string:
+            item.kind = KindString;
             return Utf8ToWide({source.u.string.ptr, source.u.string.length}, item.text);
-        }
         case json_boolean:
-            item = CMessageItem(std::move(key), source.u.boolean != 0);
+            item.value.boolean = source.u.boolean != 0;
+            item.kind = KindBoolean;
             return true;
         case json_null:
-            item = CMessageItem(std::move(key));
             return true;
         default:
             return false;
@@ -130,15 +158,12 @@ bool MakeItem(const json_value& source, WideString key, CMessageItem& item, bool
 }
 
 bool WalkObject(const json_value& source, CMessageObject& target) {
-    MemberAdder adder(target, source.u.object.length);
-    CMessageItem item{WideString()};
+    MemberPlaces places(target, source.u.object.length);
     for (unsigned int i = 0; i < source.u.object.length; ++i) {
         const json_object_entry& entry = source.u.object.values[i];
-        WideString key;
-        bool replace = false;
+        WideString& key = target.items.emplace_back(WideString()).name;
         if (!Utf8ToWide({entry.name, entry.name_length}, key)) return false;
-        if (!MakeItem(*entry.value, std::move(key), item, replace)) return false;
-        adder.Add(std::move(item), replace);
+        if (!Fill(*entry.value, places.Settle(Replaces(entry.value->type, key)))) return false;
     }
     return true;
 }
@@ -146,11 +171,8 @@ bool WalkObject(const json_value& source, CMessageObject& target) {
 bool WalkArray(const json_value& source, CMessageObject& target) {
     target.isArray = true;
     target.items.reserve(source.u.array.length);
-    CMessageItem item{WideString()};
     for (unsigned int i = 0; i < source.u.array.length; ++i) {
-        bool replace = false;
-        if (!MakeItem(*source.u.array.values[i], {}, item, replace)) return false;
-        target.AddItem(std::move(item), false);
+        if (!Fill(*source.u.array.values[i], target.items.emplace_back(WideString()))) return false;
     }
     return true;
 }

@@ -1,5 +1,8 @@
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <iterator>
+#include <string_view>
 
 #include "foundation/message_object.h"
 
@@ -7,128 +10,219 @@ namespace orrery {
 
 namespace {
 
-void AppendAscii(WideString& out, const char* begin, const char* end) {
-    out.append(begin, end);
+// Where `count` more units of a text are to be written.
+template <class Text>
+auto* Grow(Text& text, size_t count) {
+    const size_t before = text.size();
+    text.resize(before + count);
+    return text.data() + before;
 }
 
-void AppendKey(WideString& out, const WideString& key) {
-    if (key.empty()) return;
-    out += u'"';
-    out += key;  // never escaped
-    out += u"\":";
-}
+// Where the text goes. Both forms are written by one algorithm; UTF-8 is not made from the wide form, which
+// for a large document would cost as much again.
+class WideSink {
+  public:
+    void Ascii(std::string_view text) {
+        char16_t* const to = Grow(out, text.size());
+        for (size_t i = 0; i < text.size(); ++i) to[i] = static_cast<unsigned char>(text[i]);
+    }
+    void Text(WideView text) { out.append(text); }
 
-const char16_t* Escape(char16_t unit) {
+    WideString out;
+};
+
+class Utf8Sink {
+  public:
+    void Ascii(std::string_view text) { out.append(text); }
+
+    // Most text is ASCII throughout, and is copied in one loop without branches.
+    void Text(WideView text) {
+        const size_t before = out.size();
+        char* const to = Grow(out, text.size());
+        bool ascii = true;
+        for (size_t i = 0; i < text.size(); ++i) {
+            to[i] = static_cast<char>(text[i]);
+            ascii &= text[i] < 0x80;
+        }
+        if (ascii) return;
+        out.resize(before);
+        Mixed(text);
+    }
+
+    std::string out;
+    bool complete = true;
+
+  private:
+    // Runs of either kind; a surrogate pair lies in one run.
+    void Mixed(WideView text) {
+        while (!text.empty()) {
+            const bool ascii = text.front() < 0x80;
+            size_t end = 1;
+            while (end < text.size() && (text[end] < 0x80) == ascii) ++end;
+            if (ascii) {
+                Text(text.substr(0, end));
+            } else {
+                std::string converted;
+                complete &= WideToUtf8(text.substr(0, end), converted);
+                out += converted;
+            }
+            text.remove_prefix(end);
+        }
+    }
+};
+
+// Only four characters are escaped; every other one is written raw.
+std::string_view EscapeOf(char16_t unit) {
     switch (unit) {
         case u'\\':
-            return u"\\\\";
+            return "\\\\";
         case u'"':
-            return u"\\\"";
+            return "\\\"";
         case u'\r':
-            return u"\\r";
+            return "\\r";
         case u'\n':
-            return u"\\n";
+            return "\\n";
         default:
-            return nullptr;
+            return {};
     }
 }
 
-// Only these four are escaped; every other character is written raw.
-void AppendString(WideString& out, const WideString& text) {
-    out += u'"';
-    size_t written = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const char16_t* escape = Escape(text[i]);
-        if (!escape) continue;
-        out.append(text, written, i - written);
-        out += escape;
-        written = i + 1;
+constexpr bool NeedsEscape(char16_t unit) {
+    return unit == u'\\' || unit == u'"' || unit == u'\r' || unit == u'\n';
+}
+
+// Where the next character to escape stands, from `at` on. Whole blocks are looked at without branches.
+size_t FindEscape(WideView text, size_t at) {
+    constexpr size_t block = 16;
+    for (; text.size() - at >= block; at += block) {
+        bool any = false;
+        for (size_t i = 0; i < block; ++i) any |= NeedsEscape(text[at + i]);
+        if (any) break;
     }
-    out.append(text, written, text.size() - written);
-    out += u'"';
+    while (at < text.size() && !NeedsEscape(text[at])) ++at;
+    return at;
 }
 
-template <class Integer>
-void AppendInteger(WideString& out, Integer number) {
-    char digits[24];
-    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    AppendAscii(out, digits, end);
+template <class Sink>
+class MessageWriter {
+  public:
+    explicit MessageWriter(Sink& sink) : sink(sink) {}
+
+    bool Write(const CMessageObject& object) {
+        WriteKey(object.name);
+        sink.Ascii(object.isArray ? "[" : "{");
+        bool first = true;
+        for (const CMessageItem& item : object.items) {
+            if (!first) sink.Ascii(",");
+            first = false;
+            if (!Write(item)) return false;
+        }
+        sink.Ascii(object.isArray ? "]" : "}");
+        return true;
+    }
+
+    bool Write(const CMessageItem& item) {
+        if (item.kind != KindObject) WriteKey(item.name);
+        switch (item.kind) {
+            case KindInteger:
+                WriteInteger(item);
+                return true;
+            case KindDouble:
+                return WriteDouble(item.value.number);
+            case KindBoolean:
+                sink.Ascii(item.value.boolean ? "true" : "false");
+                return true;
+            case KindString:
+                WriteString(item.text);
+                return true;
+            case KindObject:
+                return Write(*item.value.object);  // it writes the key itself
+            case KindNull:
+                sink.Ascii("null");
+                return true;
+            default:
+                return false;
+        }
+    }
+
+  private:
+    void WriteKey(const WideString& key) {
+        if (key.empty()) return;
+        sink.Ascii("\"");
+        sink.Text(key);  // never escaped
+        sink.Ascii("\":");
+    }
+
+    void WriteString(WideView text) {
+        sink.Ascii("\"");
+        for (size_t at = 0;;) {
+            const size_t end = FindEscape(text, at);
+            sink.Text(text.substr(at, end - at));
+            if (end == text.size()) break;
+            sink.Ascii(EscapeOf(text[end]));
+            at = end + 1;
+        }
+        sink.Ascii("\"");
+    }
+
+    void WriteInteger(const CMessageItem& item) {
+        char digits[24];
+        const auto end = item.isUnsigned
+                             ? std::to_chars(std::begin(digits), std::end(digits),
+                                             static_cast<uint64_t>(item.value.integer))
+                             : std::to_chars(std::begin(digits), std::end(digits), item.value.integer);
+        sink.Ascii({digits, static_cast<size_t>(end.ptr - digits)});
+    }
+
+    // Fixed notation with six digits behind the point; a number that isn't finite has no form in JSON.
+    bool WriteDouble(double number) {
+        if (!std::isfinite(number)) return false;
+        char digits[400];
+        const auto end =
+            std::to_chars(std::begin(digits), std::end(digits), number, std::chars_format::fixed, 6);
+        sink.Ascii({digits, static_cast<size_t>(end.ptr - digits)});
+        return true;
+    }
+
+    Sink& sink;
+};
+
+template <class Message>
+bool WriteWide(const Message& message, WideString& out) {
+    WideSink sink;
+    if (!MessageWriter(sink).Write(message)) return false;
+    out = std::move(sink.out);
+    return true;
 }
 
-// Fixed notation with six digits behind the point; a number that isn't finite has no form in JSON.
-bool AppendDouble(WideString& out, double number) {
-    if (!std::isfinite(number)) return false;
-    char digits[400];
-    const auto end = std::to_chars(digits, digits + sizeof digits, number, std::chars_format::fixed, 6).ptr;
-    AppendAscii(out, digits, end);
+// As the conversion of the whole text would: it ends at the first NUL.
+template <class Message>
+bool WriteUtf8(const Message& message, std::string& out) {
+    Utf8Sink sink;
+    if (!MessageWriter(sink).Write(message) || !sink.complete) return false;
+    sink.out.resize(std::min(sink.out.find('\0'), sink.out.size()));
+    out = std::move(sink.out);
     return true;
 }
 
 }  // namespace
 
-bool CMessageItem::AppendTo(WideString& out) const {
-    if (kind != KindObject) AppendKey(out, name);
-    switch (kind) {
-        case KindInteger:
-            if (isUnsigned) {
-                AppendInteger(out, static_cast<uint64_t>(value.integer));
-            } else {
-                AppendInteger(out, value.integer);
-            }
-            return true;
-        case KindDouble:
-            return AppendDouble(out, value.number);
-        case KindBoolean:
-            out += value.boolean ? u"true" : u"false";
-            return true;
-        case KindString:
-            AppendString(out, text);
-            return true;
-        case KindObject:
-            return value.object->AppendTo(out);
-        case KindNull:
-            out += u"null";
-            return true;
-        default:
-            return false;
-    }
-}
-
 bool CMessageItem::Serialize(WideString& out) const {
-    WideString written;
-    if (!AppendTo(written)) return false;
-    out = std::move(written);
-    return !out.empty();
+    return WriteWide(*this, out) && !out.empty();
 }
 
 bool CMessageItem::SerializeUtf8(std::string& out) const {
-    WideString wide;
-    return Serialize(wide) && WideToUtf8(wide, out);
-}
-
-bool CMessageObject::AppendTo(WideString& out) const {
-    AppendKey(out, name);
-    out += isArray ? u'[' : u'{';
-    bool first = true;
-    for (const CMessageItem& item : items) {
-        if (!first) out += u',';
-        first = false;
-        if (!item.AppendTo(out)) return false;
-    }
-    out += isArray ? u']' : u'}';
-    return true;
+    return WriteUtf8(*this, out) && !out.empty();
 }
 
 bool CMessageObject::Serialize(WideString& out) const {
     out.clear();
-    if (AppendTo(out)) return true;
-    out.clear();
-    return false;
+    return WriteWide(*this, out);
 }
 
 bool CMessageObject::SerializeUtf8(std::string& out) const {
-    WideString wide;
-    return Serialize(wide) && WideToUtf8(wide, out);
+    out.clear();
+    return WriteUtf8(*this, out);
 }
 
 }  // namespace orrery

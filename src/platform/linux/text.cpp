@@ -106,6 +106,16 @@ WideString Decode(std::string_view in) {
     return result;
 }
 
+// True if all of it is ASCII without a NUL: the most frequent text by far, in one loop without branches.
+bool WidenPlain(std::string_view in, char16_t* to) {
+    bool plain = true;
+    for (size_t i = 0; i < in.size(); ++i) {
+        to[i] = static_cast<unsigned char>(in[i]);
+        plain &= static_cast<signed char>(in[i]) > 0;
+    }
+    return plain;
+}
+
 // The character set of the locale that the environment names; empty if it is UTF-8 or names none. Asked of a
 // locale object of our own: the process's locale belongs to the host.
 std::string LocaleCharacterSet() {
@@ -138,7 +148,8 @@ bool WideToUtf8(WideView in, std::string& out) try {
 }
 
 bool Utf8ToWide(std::string_view in, WideString& out) try {
-    out = Decode(UpToNul(in));
+    out.resize(in.size());
+    if (!WidenPlain(in, out.data())) out = Decode(UpToNul(in));
     return true;
 } catch (const std::bad_alloc&) {
     return false;
