@@ -1,0 +1,14 @@
+// Offers what is looked for, and never gives an object.
+extern "C" {
+
+void* GetIEventgate() {
+    return nullptr;
+}
+void FreeIEventgate(void**) {}
+void* GetITracebox() {
+    return nullptr;
+}
+void* GetIWirelink() {
+    return nullptr;
+}
+}

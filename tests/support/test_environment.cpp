@@ -1,0 +1,90 @@
+#include "support/test_environment.h"
+
+#include <cstdlib>
+#include <fstream>
+
+namespace orrery::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Before main, so that nobody asks for the store earlier.
+[[maybe_unused]] const TestEnvironment& atStart = TestEnvironment::Get();
+
+fs::path MakeRoot() {
+    std::string name = (fs::temp_directory_path() / "orrery-test-XXXXXX").string();
+    return ::mkdtemp(name.data());
+}
+
+}  // namespace
+
+TestEnvironment& TestEnvironment::Get() {
+    static TestEnvironment environment;
+    return environment;
+}
+
+TestEnvironment::TestEnvironment() : root(MakeRoot()) {
+    ::setenv("ORRERY_REGISTRY", (root / "registry.reg").c_str(), 1);
+    ::setenv("ORRERY_DATA", (root / "Data").c_str(), 1);
+    Reset();
+}
+
+TestEnvironment::~TestEnvironment() {
+    std::error_code ignored;
+    fs::remove_all(root, ignored);
+}
+
+void TestEnvironment::Reset() {
+    fs::remove_all(root);
+    fs::create_directories(root / "Utils");
+    fs::create_directories(root / "Data");
+    WriteRegistry("[HKEY_LOCAL_MACHINE\\SOFTWARE\\Zelko Security\\SetupEx\\Orrery Agent]\n\"Path\"=\"" +
+                  root.string() + "\"\n");
+    for (const char* name : {"Eventgate", "Utils/Prefstore", "Utils/Tracebox"}) Replace(name, "services");
+    for (const char* name : {"Wirelink", "WirelinkLC"}) {
+        Link(std::string("Utils/") + name, fs::path(TRANSPORT_FOLDER) / name);
+    }
+    config.Clear();
+    eventgate.Answer({});
+    eventgate.Take();
+    tracebox.Take();
+}
+
+void TestEnvironment::Replace(const std::string& name, const std::string& library) {
+    Link(name, fs::path(TEST_LIBRARY_FOLDER) / library);
+}
+
+void TestEnvironment::Remove(const std::string& name) {
+    fs::remove(root / (name + ".so"));
+}
+
+void TestEnvironment::WriteRegistry(const std::string& text) {
+    std::ofstream(root / "registry.reg") << text;
+}
+
+void TestEnvironment::Link(const std::string& name, const fs::path& library) {
+    Remove(name);
+    fs::create_symlink(library.string() + ".so", root / (name + ".so"));
+}
+
+}  // namespace orrery::test
+
+// What the test libraries look up by name. `change` counts the uses of the object.
+extern "C" {
+using orrery::test::TestEnvironment;
+
+#define EXPORTED __attribute__((visibility("default")))
+
+EXPORTED orrery::ConfigUtil* orrery_test_config_util(int) {
+    return &TestEnvironment::Get().config;
+}
+EXPORTED orrery::IEventgate* orrery_test_eventgate(int change) {
+    TestEnvironment::Get().eventgate.uses += change;
+    return &TestEnvironment::Get().eventgate;
+}
+EXPORTED orrery::ITracebox* orrery_test_tracebox(int change) {
+    TestEnvironment::Get().tracebox.uses += change;
+    return &TestEnvironment::Get().tracebox;
+}
+}
