@@ -22,7 +22,7 @@ namespace {
 using namespace orrery;
 
 constexpr uint64_t pushes = 20'000;
-constexpr int rounds = 5;
+constexpr int rounds = 10;
 
 // Where the road ends: the sequence's text is made, as for the real library, and counted.
 class CountingDispatcher final : public IDispatcherHelper {
