@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <iterator>
@@ -39,12 +40,12 @@ class Utf8Sink {
     void Text(WideView text) {
         const size_t before = out.size();
         char* const to = Grow(out, text.size());
-        bool ascii = true;
+        char16_t all = 0;
         for (size_t i = 0; i < text.size(); ++i) {
             to[i] = static_cast<char>(text[i]);
-            ascii &= text[i] < 0x80;
+            all |= text[i];
         }
-        if (ascii) return;
+        if (all < 0x80) return;
         out.resize(before);
         Mixed(text);
     }
@@ -87,19 +88,16 @@ std::string_view EscapeOf(char16_t unit) {
     }
 }
 
-constexpr bool NeedsEscape(char16_t unit) {
-    return unit == u'\\' || unit == u'"' || unit == u'\r' || unit == u'\n';
+constexpr std::array<bool, u'\\' + 1> EscapeTable() {
+    std::array<bool, u'\\' + 1> table{};
+    for (const char16_t unit : {u'\\', u'"', u'\r', u'\n'}) table[unit] = true;
+    return table;
 }
 
-// Where the next character to escape stands, from `at` on. Whole blocks are looked at without branches.
+// Where the next character to escape stands, from `at` on. The backslash is the last of them in the code.
 size_t FindEscape(WideView text, size_t at) {
-    constexpr size_t block = 16;
-    for (; text.size() - at >= block; at += block) {
-        bool any = false;
-        for (size_t i = 0; i < block; ++i) any |= NeedsEscape(text[at + i]);
-        if (any) break;
-    }
-    while (at < text.size() && !NeedsEscape(text[at])) ++at;
+    static constexpr auto escaped = EscapeTable();
+    while (at < text.size() && (text[at] >= escaped.size() || !escaped[text[at]])) ++at;
     return at;
 }
 

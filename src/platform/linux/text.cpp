@@ -108,12 +108,15 @@ WideString Decode(std::string_view in) {
 
 // True if all of it is ASCII without a NUL: the most frequent text by far, in one loop without branches.
 bool WidenPlain(std::string_view in, char16_t* to) {
-    bool plain = true;
+    unsigned char all = 0;
+    unsigned char nul = 0;
     for (size_t i = 0; i < in.size(); ++i) {
-        to[i] = static_cast<unsigned char>(in[i]);
-        plain &= static_cast<signed char>(in[i]) > 0;
+        const auto byte = static_cast<unsigned char>(in[i]);
+        to[i] = byte;
+        all |= byte;
+        nul |= byte == 0;
     }
-    return plain;
+    return all < 0x80 && nul == 0;
 }
 
 // The character set of the locale that the environment names; empty if it is UTF-8 or names none. Asked of a
