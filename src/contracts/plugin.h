@@ -18,8 +18,7 @@ class IPluginInterface : public IRefCounter {
   public:
     virtual uint32_t Start() = 0;
     virtual void Stop() = 0;
-    // Names of the events that the host is to deliver, separated by semicolons. Owned by the module; to be
-    // asked for from one thread.
+    // Names of the events that the host is to deliver, separated by semicolons. Owned by the module.
     virtual const char16_t* GetEventHandlerString() = 0;
     // 0, or a code of platform/error_codes.h. May throw; see the handler of the event.
     virtual uint32_t ExecuteEvent(const CMessageObject& event) = 0;

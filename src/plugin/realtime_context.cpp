@@ -45,7 +45,7 @@ void CRealtimeContext::GiveTransportBack() {
         wirelink->SetProxyObserver(nullptr);
         wirelinkLoader->ReleaseInterface(&wirelink);
     }
-    wirelinkLoader->Unload();
+    wirelinkLoader.reset();  // unloads what it loaded itself
 }
 
 uint32_t CRealtimeContext::Release() {

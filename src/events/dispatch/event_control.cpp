@@ -19,6 +19,7 @@ bool CEventControl::Acquire() NO_THREAD_SAFETY_ANALYSIS {
 }
 
 void CEventControl::Release() NO_THREAD_SAFETY_ANALYSIS {
+    if (mode == ControlNothing) return;
     if (!locked) mutex.lock();
     locked = false;
     busy = false;

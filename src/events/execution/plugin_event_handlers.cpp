@@ -24,6 +24,7 @@ CPluginEventHandlers::~CPluginEventHandlers() = default;
 
 void CPluginEventHandlers::AddEventHandler(const WideString& name, std::unique_ptr<CEventHandler> handler) {
     handlers.try_emplace(name, std::move(handler));
+    MutexLock hold(stringLock);
     cacheFlags &= ~stringIsValid;
 }
 
@@ -33,6 +34,7 @@ CEventHandler* CPluginEventHandlers::GetEventHandler(const WideString& name) con
 }
 
 const char16_t* CPluginEventHandlers::GetEventHandlerString() {
+    MutexLock hold(stringLock);
     if ((cacheFlags & stringIsValid) == 0) {
         handlerString.clear();
         for (const auto& entry : handlers) handlerString += entry.first + u";";

@@ -28,10 +28,10 @@ class CPluginEventHandlers {
     CPluginEventHandlers& operator=(const CPluginEventHandlers&) = delete;
 
     // A name that is there already keeps its handler.
-    void AddEventHandler(const WideString& name, std::unique_ptr<CEventHandler> handler);
+    void AddEventHandler(const WideString& name, std::unique_ptr<CEventHandler> handler) EXCLUDES(stringLock);
     CEventHandler* GetEventHandler(const WideString& name) const;
-    // The names, separated by semicolons; owned by the registry. From one thread.
-    const char16_t* GetEventHandlerString();
+    // The names, separated by semicolons; owned by the registry, and good until a handler is added.
+    const char16_t* GetEventHandlerString() EXCLUDES(stringLock);
     // 0, 1260 or 0x8054820D.
     uint32_t CheckHandlerConditions(const CEventHandler& handler, const CEventExecution& execution) const;
     // 0, 87 for a name without a handler, one of the codes above, or the handler's own. What a handler throws
@@ -59,9 +59,10 @@ class CPluginEventHandlers {
     uint32_t RequestRegistration(const CEventHandler& handler) const;
 
     std::map<WideString, std::unique_ptr<CEventHandler>> handlers;
-    WideString handlerString;
-    uint32_t cacheFlags = 0;                                    // bit 0: `handlerString` is valid
-    Mutex contextLock;                                          // a leaf
+    Mutex stringLock;  // a leaf, as is the next
+    WideString handlerString GUARDED_BY(stringLock);
+    uint32_t cacheFlags GUARDED_BY(stringLock) = 0;  // bit 0: `handlerString` is valid
+    Mutex contextLock;
     IPluginContext* context GUARDED_BY(contextLock) = nullptr;  // one reference
     ITracebox* const tracebox;                                  // may be null
     IDispatcherHelper* const dispatcher;

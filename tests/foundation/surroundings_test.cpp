@@ -1,0 +1,100 @@
+// What the module finds around itself: the libraries, the settings store, the folders.
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "foundation/config_helper.h"
+#include "foundation/config_reader.h"
+#include "foundation/install_paths.h"
+#include "foundation/loader.h"
+#include "foundation/registration.h"
+#include "foundation/wirelink_loader.h"
+#include "platform/files.h"
+#include "support/test_environment.h"
+
+namespace orrery::test {
+namespace {
+
+struct Surroundings : testing::Test {
+    Surroundings() { environment.Reset(); }
+
+    TestEnvironment& environment = TestEnvironment::Get();
+    const WideString folder = platform::WidePath(environment.root.string());
+};
+
+TEST_F(Surroundings, LoaderCountsItsLoads) {
+    CLoader loader(folder);
+    EXPECT_TRUE(!loader.Load(u"Missing.dll", {}) && loader.Load(u"Eventgate.dll", {}));
+    EXPECT_TRUE(loader.Load(u"Missing.dll", u"elsewhere")) << "only counts";
+    loader.Unload();
+    EXPECT_TRUE(loader.HasProc("GetIEventgate") && !loader.HasProc("GetNothing"));
+    loader.Unload();
+    EXPECT_FALSE(loader.HasProc("GetIEventgate")) << "what was found goes with the library";
+}
+
+TEST_F(Surroundings, TransportIsSharedButEachUserLoadsIt) {
+    CWirelinkLoader first(folder + u"\\Utils"), second(folder + u"\\Utils");
+    environment.Remove("Utils/Wirelink");
+    EXPECT_FALSE(first.Load());
+    environment.Reset();
+    EXPECT_TRUE(first.Load()) << "a failed load leaves an empty loader, which goes with its last use";
+    EXPECT_EQ(first.GetInterface(), nullptr);
+    first.Unload();
+    ASSERT_TRUE(first.Load());
+    EXPECT_EQ(second.GetInterface(), nullptr) << "loaded by another";
+    ASSERT_TRUE(second.Load());
+    first.Unload();
+    IWirelink* transport = second.GetInterface();
+    ASSERT_NE(transport, nullptr);
+    second.ReleaseInterface(&transport);
+    EXPECT_EQ(transport, nullptr);
+}
+
+// In a process of its own, where nobody has asked for the store.
+TEST_F(Surroundings, StoreThatCannotBeLoadedIsTriedAgainOneWithoutItsExportIsNot) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto inOwnProcess = [this](const char* second) {
+        environment.Remove("Utils/Prefstore");
+        EXPECT_THROW(CConfigReader(nullptr), std::invalid_argument);
+        environment.Replace("Utils/Prefstore", second);
+        GetConfigUtil();
+        environment.Replace("Utils/Prefstore", "services");
+        std::exit((HasFailure() ? 2 : 0) + (GetConfigUtil() == &environment.config));
+    };
+    EXPECT_EXIT(inOwnProcess("services"), testing::ExitedWithCode(1), "");
+    EXPECT_EXIT(inOwnProcess("no_exports"), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(Surroundings, EmptySettingsCountAsMissing) {
+    FakeConfigUtil& store = environment.config;
+    store.Set(u"S.G.a", u"");
+    store.Set(u"S.Defaults.a", u"common");
+    store.Set(u"S.Defaults.b", u"");
+    store.Set(u"Register.Register.DeviceId", u"");
+    WideString out = u"before";
+    EXPECT_FALSE(ReadWithDefaults(&store, u"S", u"G", u"b", out) ||
+                 ReadWithDefaults(&store, u"S", u"", u"a", out) || GetRegisteredDeviceId(out) ||
+                 out != u"before");
+    EXPECT_TRUE(ReadWithDefaults(&store, u"S", u"G", u"a", out) && out == u"common");
+    EXPECT_EQ(store.Held(), 0U);
+}
+
+TEST_F(Surroundings, FoldersComeFromTheRegistry) {
+    const std::string root = "[HKEY_LOCAL_MACHINE\\SOFTWARE\\";
+    const std::string agent = root + "Zelko Security\\SetupEx\\Orrery Agent]\n\"Path\"=\"C:\\\\A\"\n";
+    const std::pair<std::string, const char16_t*> cases[] = {
+        {agent, u"Zelko Security\\Zelko Endpoint Agent\\"},
+        {agent + "\"LProductName\"=\"L\"\n\"ProductCodeMSI\"=\"{1}\"\n" + root +
+             "Microsoft\\Windows\\CurrentVersion\\Uninstall\\{1}]\n\"DisplayName\"=\"Coded\"\n",
+         u"Zelko Security\\Coded\\"},
+    };
+    for (const auto& [registry, expected] : cases) {
+        WideString path;
+        environment.WriteRegistry(registry);
+        EXPECT_TRUE(GetUtilsFolder(path) && path == u"C:\\A\\Utils\\") << registry;
+        EXPECT_TRUE(GetDataFolder(path) && path.ends_with(WideString(u"Data\\") + expected)) << registry;
+    }
+}
+
+}  // namespace
+}  // namespace orrery::test
