@@ -134,6 +134,9 @@ class CMessageObject final : public CMessageType, public ISerializableClass {
     bool SerializeUtf8(std::string& out) const override;
     bool Serialize(WideString& out) const override;
 
+    // Whether Serialize would succeed.
+    bool IsWritable() const;
+
     std::vector<CMessageItem> items;
     bool isArray = false;
 

@@ -205,6 +205,14 @@ bool WriteUtf8(const Message& message, std::string& out) {
 
 }  // namespace
 
+bool CMessageObject::IsWritable() const {
+    return std::all_of(items.begin(), items.end(), [](const CMessageItem& item) {
+        if (item.kind == KindObject) return item.value.object->IsWritable();
+        if (item.kind == KindDouble) return std::isfinite(item.value.number);
+        return item.kind >= KindInteger && item.kind <= KindNull;
+    });
+}
+
 bool CMessageItem::Serialize(WideString& out) const {
     return WriteWide(*this, out) && !out.empty();
 }

@@ -7,12 +7,6 @@ namespace orrery {
 
 namespace {
 
-// A text with its own brackets; that of a named object begins with its key.
-bool IsDocument(const WideString& text) {
-    return (text.starts_with(u'{') || text.starts_with(u'[')) &&
-           (text.ends_with(u'}') || text.ends_with(u']'));
-}
-
 void AddIfSet(CMessageObject& message, const char16_t* key, const WideString& text) {
     if (!text.empty()) message.AddString(key, text);
 }
@@ -35,15 +29,16 @@ void CEventSequence::Stamp(CMessageObject& message) const {
 }
 
 uint32_t CEventSequence::AddEvent(const CMessageObject& message) {
-    WideString text;
-    if (!message.Serialize(text)) return InvalidParameter;
+    if (!message.IsWritable()) return InvalidParameter;
     CMessageObject stamped = message;
     Stamp(stamped);
-    if (IsDocument(text)) {
+    // Without a name it writes itself as a document; with one, as a bare key and object, which is given
+    // braces.
+    if (message.name.empty()) {
         events.push_back(std::move(stamped));
-        return Success;
+    } else {
+        events.emplace_back().AddItem(CMessageItem(std::move(stamped)), true);
     }
-    events.emplace_back().AddItem(CMessageItem(std::move(stamped)), true);
     return Success;
 }
 
@@ -59,14 +54,16 @@ uint32_t CEventSequence::AddActions(const CMessageObject& response) {
 }
 
 WideString CEventSequence::ToText() const {
+    WideString one;
+    if (events.size() == 1) events.front().Serialize(one);
+    if (events.size() < 2) return one;
     WideString text;
     for (const CMessageObject& event : events) {
-        WideString one;
         event.Serialize(one);
-        if (!text.empty()) text += u',';
+        text += text.empty() ? u'[' : u',';
         text += one;
     }
-    return events.size() > 1 ? u"[" + text + u"]" : text;
+    return text + u']';
 }
 
 }  // namespace orrery

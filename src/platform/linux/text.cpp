@@ -119,6 +119,18 @@ bool WidenPlain(std::string_view in, char16_t* to) {
     return all < 0x80 && nul == 0;
 }
 
+// The same for the way back.
+bool NarrowPlain(WideView in, char* to) {
+    char16_t all = 0;
+    char16_t nul = 0;
+    for (size_t i = 0; i < in.size(); ++i) {
+        to[i] = static_cast<char>(in[i]);
+        all |= in[i];
+        nul |= in[i] == 0;
+    }
+    return all < 0x80 && nul == 0;
+}
+
 // The character set of the locale that the environment names; empty if it is UTF-8 or names none. Asked of a
 // locale object of our own: the process's locale belongs to the host.
 std::string LocaleCharacterSet() {
@@ -144,7 +156,8 @@ char16_t ToLower(char16_t unit) {
 }  // namespace
 
 bool WideToUtf8(WideView in, std::string& out) try {
-    out = Encode(UpToNul(in));
+    out.resize(in.size());
+    if (!NarrowPlain(in, out.data())) out = Encode(UpToNul(in));
     return true;
 } catch (const std::bad_alloc&) {
     return false;
