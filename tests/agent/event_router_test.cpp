@@ -1,15 +1,16 @@
 #include "agent/event_router.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <future>
+#include <latch>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
-#include "output_pipe.h"
 #include "platform/files.h"
-#include "recording_module.h"
-#include "support/fake_config_util.h"
-#include "support/recording_services.h"
+#include "support/call_log.h"
+#include "support/test_environment.h"
 
 namespace orrery::agent {
 namespace {
@@ -18,18 +19,44 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;
 
+// The module behind the router: keeps the host's calls, and fails in every way on request.
+class RecordingModule final : public IPluginV1, public IPluginInterface {
+  public:
+    const char16_t* GetPluginGuid() override { return u"guid"; }
+    uint32_t QueryInterface(const WideString& guid, IPluginInterface** out) override {
+        *out = this;
+        return guid == u"guid" ? 0 : 1168;
+    }
+    uint32_t AddRef() override { return 2; }
+    uint32_t Release() override { return Note("Release"); }
+    uint32_t Start() override { return Note("Start"); }
+    void Stop() override { Note("Stop"); }
+    const char16_t* GetEventHandlerString() override { return u"Block;Fail;Plain;;Throw"; }
+    uint32_t ExecuteEvent(const CMessageObject& event) override {
+        std::string text;
+        event.SerializeUtf8(text);
+        Note(text);
+        if (text == R"({"Throw":{}})") throw std::runtime_error("broken");
+        if (text == R"({"Block":{}})") ++blocked, release.wait();
+        return text == R"({"Fail":{}})" ? 5 : text == R"({"Unlisted":{}})" ? 87 : 0;
+    }
+    uint32_t Note(const std::string& call) { return log.Note(call), 0; }
+
+    test::CallLog log;  // the calls, and the texts of the events in the order of starting
+    std::atomic<int> blocked{0};
+    std::latch release{1};  // executions of "Block" wait for it
+};
+
+RecordingModule* current = nullptr;
+
 class EventRouterTest : public testing::Test {
   protected:
     void SetUp() override {
-        const WideString folder = platform::WidePath(RECORDING_MODULE_FOLDER);
-        plugin = PluginHost::Load(folder, problem);
+        testing::internal::CaptureStdout();
+        current = &module;
+        test::TestEnvironment::Get().Replace("Realtime", "services");
+        plugin = PluginHost::Load(platform::WidePath(test::TestEnvironment::Get().root) + u"\\", problem);
         ASSERT_TRUE(plugin) << problem;
-        module = LoadedLibrary::Open(folder, u"Realtime.dll", problem);
-        test::GetRecorderFunction getRecorder = nullptr;
-        ASSERT_TRUE(module->Find("GetRecorder", getRecorder, problem)) << problem;
-        recorder = getRecorder();
-        recorder->calls.clear();
-        recorder->blocked = true;
         router.emplace(EventRouter::Targets{*plugin, scheduler, workers, printer, history});
     }
 
@@ -38,39 +65,36 @@ class EventRouterTest : public testing::Test {
         ASSERT_TRUE(event.Parse(text)) << text;
         router->OnEvent(event, false);
     }
-    ExecutionResult Deliver(const std::string& text) {
+    std::string Deliver(const std::string& text) {
         CMessageObject event;
         EXPECT_TRUE(ParseEvent(text, event, problem)) << problem;
-        std::promise<ExecutionResult> result;
-        router->Deliver(std::move(event), [&result](const ExecutionResult& came) { result.set_value(came); });
+        std::promise<std::string> result;
+        router->Deliver(std::move(event),
+                        [&result](const ExecutionResult& came) { result.set_value(came.Text()); });
         return result.get_future().get();
     }
-    void Unblock() {
-        const std::lock_guard lock(recorder->mutex);
-        recorder->blocked = false;
-        recorder->changed.notify_all();
-    }
-    // "kind name result" of each line.
+    void TearDown() override { testing::internal::GetCapturedStdout(); }
+    // "kind name result" of each line since the last call.
     std::vector<std::string> Printed() {
-        std::vector<std::string> short_;
-        for (const std::string& line : pipe.Lines()) {
+        std::istringstream stream(testing::internal::GetCapturedStdout());
+        testing::internal::CaptureStdout();
+        std::vector<std::string> texts;
+        for (std::string line; std::getline(stream, line);) {
             const auto object = nlohmann::json::parse(line);
-            short_.push_back(object["kind"].get<std::string>() + " " + object["name"].get<std::string>() +
-                             " " + object["result"].dump());
+            texts.push_back(object["kind"].get<std::string>() + " " + object["name"].get<std::string>() +
+                            " " + object["result"].dump());
         }
-        return short_;
+        return texts;
     }
 
     std::string problem;
-    test::OutputPipe pipe;
+    RecordingModule module;
     test::FakeConfigUtil store;
     test::RecordingEventgate eventgate;
     WakeTimer timer;
-    Printer printer{pipe.Writer(), true};
+    Printer printer{STDOUT_FILENO, true};
     ChannelHistory history{nullptr};
     SchedulerService scheduler{store, eventgate, timer};
-    std::unique_ptr<LoadedLibrary> module;
-    test::Recorder* recorder = nullptr;
     std::unique_ptr<PluginHost> plugin;
     WorkerPool workers;
     std::optional<EventRouter> router;
@@ -78,13 +102,14 @@ class EventRouterTest : public testing::Test {
 
 TEST_F(EventRouterTest, EachEventGoesWhereItBelongs) {
     Raise(R"({"Plain":{"EventSource":"S"}})");
-    Raise(R"({"Own":{}})");
+    Raise(R"({"Two\nlines":{}})");
     Raise(R"({"SchedulerTaskRemove":{"ScheduleId":"none"}})");
     Raise(R"({"Fail":{}})");
     ASSERT_TRUE(workers.Drain(60s));
-    EXPECT_THAT(recorder->calls, UnorderedElementsAre(R"({"Plain":{"EventSource":"S"}})", R"({"Fail":{}})"));
+    EXPECT_THAT(module.log.Take(),
+                UnorderedElementsAre(R"({"Plain":{"EventSource":"S"}})", R"({"Fail":{}})"));
     EXPECT_THAT(Printed(),
-                UnorderedElementsAre("raised Plain null", "executed Plain 0", "raised Own null",
+                UnorderedElementsAre("raised Plain null", "executed Plain 0", "raised Two\nlines null",
                                      "raised SchedulerTaskRemove null", "executed SchedulerTaskRemove 1168",
                                      "raised Fail null", "executed Fail 5"));
 }
@@ -97,45 +122,40 @@ TEST_F(EventRouterTest, RaisedLinesKeepTheOrderOfArrivalWhateverExecutionsDo) {
         expected.push_back("raised " + name + " null");
     }
     EXPECT_EQ(Printed(), expected);
-    Unblock();
+    module.release.count_down();
     ASSERT_TRUE(workers.Drain(60s));
     EXPECT_EQ(Printed(), std::vector<std::string>(10, "executed Block 0"));
 }
 
-TEST_F(EventRouterTest, AnExceptionCostsItsEventOnly) {
-    EXPECT_EQ(Deliver(R"({"Throw":{}})").Text(), "exception: broken");
-    EXPECT_EQ(Deliver(R"({"Plain":{}})").Text(), "0");
+TEST_F(EventRouterTest, DeliveredEventsAreExecutedWhateverTheirNameAndAnExceptionCostsItsEventOnly) {
+    EXPECT_EQ(Deliver(R"({"Throw":{}})"), "exception: broken");
+    EXPECT_EQ(Deliver(R"({"Unlisted":{}})"), "87");
+    EXPECT_EQ(Deliver(R"({"SchedulerTaskEnable":{"ScheduleId":"none"}})"), "1168");
     ASSERT_TRUE(workers.Drain(60s));
-    EXPECT_THAT(Printed(), ElementsAre("executed Throw \"exception: broken\"", "executed Plain 0"));
+    EXPECT_THAT(module.log.Take(), ElementsAre(R"({"Throw":{}})", R"({"Unlisted":{}})"));
+    EXPECT_EQ(Printed()[0], "executed Throw \"exception: broken\"");
 }
 
-TEST_F(EventRouterTest, DeliveredEventsReachTheModuleOrTheSchedulerWhateverTheirName) {
-    EXPECT_EQ(Deliver(R"({"Unlisted":{}})").code, 87u);
-    EXPECT_EQ(Deliver(R"({"SchedulerTaskEnable":{"ScheduleId":"none"}})").code, 1168u);
-    EXPECT_THAT(recorder->calls, ElementsAre(R"({"Unlisted":{}})"));
-    ASSERT_TRUE(workers.Drain(60s));
-}
-
-TEST_F(EventRouterTest, WhatWaitsAtTheStopIsReportedAsNotRun) {
+TEST_F(EventRouterTest, WhatWaitsAtTheStopIsNotRunAndTheModuleIsGivenBackInOrder) {
+    plugin->Start();
     for (int i = 0; i < 4; ++i) Raise(R"({"Block":{}})");
-    {
-        std::unique_lock lock(recorder->mutex);
-        recorder->changed.wait(lock, [this] { return recorder->calls.size() == 4; });
-    }
+    ASSERT_TRUE(test::Eventually([this] { return module.blocked == 4; }));
     Raise(R"({"Plain":{}})");
     router->Stop();
-    Unblock();
+    module.release.count_down();
     ASSERT_TRUE(workers.Drain(60s));
-    EXPECT_EQ(recorder->calls.size(), 4u);
-    EXPECT_EQ(Printed().size(), 10u);
-}
-
-TEST_F(EventRouterTest, TheModuleIsGivenBackInOrder) {
-    plugin->Start();
+    EXPECT_EQ(Printed().size(), 10u) << "what was not run is reported as well";
     plugin->Stop();
     plugin.reset();
-    EXPECT_THAT(recorder->calls, ElementsAre("Start", "Stop", "Release", "Free"));
+    const char* const block = R"({"Block":{}})";
+    EXPECT_THAT(module.log.Take(),
+                ElementsAre("Start", block, block, block, block, "Stop", "Release", "Free"));
 }
 
 }  // namespace
 }  // namespace orrery::agent
+
+extern "C" __attribute__((visibility("default"))) orrery::IPluginV1* orrery_test_plugin(int change) {
+    if (change < 0) orrery::agent::current->Note("Free");
+    return orrery::agent::current;
+}

@@ -4,10 +4,9 @@
 
 #include <fstream>
 
-#include "foundation/install_paths.h"
-#include "platform/files.h"
-#include "platform/temporary_folder.h"
+#include "agent/settings_import.h"
 #include "support/fake_config_util.h"
+#include "support/temporary_folder.h"
 
 namespace orrery::agent {
 namespace {
@@ -16,35 +15,22 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 
 TEST(ServerUrl, IsTakenApartOrRefused) {
-    struct Case {
-        const char* text;
-        const char* parts;  // empty: refused
-    };
-    const Case cases[] = {
+    const std::pair<const char*, std::string> cases[] = {
         {"http://hub", "ws|hub|/commandhub"},
         {"HTTPS://Hub.example:8443/", "wss|Hub.example:8443|/commandhub"},
         {"ws://127.0.0.1:80/other/path", "ws|127.0.0.1:80|/other/path"},
         {"wss://[::1]:443", "wss|[::1]:443|/commandhub"},
-        {"wss://[::1]", "wss|[::1]|/commandhub"},
-        {"hub:80", ""},
-        {"ftp://hub", ""},
-        {"http://", ""},
-        {"http://:80", ""},
-        {"http://hub:", ""},
-        {"http://hub:0", ""},
-        {"http://hub:65536", ""},
-        {"http://hub:8x", ""},
-        {"http://user:pw@hub", ""},
-        {"http://::1", ""},
-        {"http://hub/a b", ""},
-        {"http://hub/a?b", ""},
     };
-    for (const Case& item : cases) {
-        ServerUrl url;
-        std::string problem;
-        const bool read = ParseServerUrl(item.text, url, problem);
-        EXPECT_EQ(read ? url.scheme + "|" + url.hostname + "|" + url.path : "", item.parts) << item.text;
-        EXPECT_EQ(problem.empty(), read);
+    ServerUrl url;
+    std::string problem;
+    for (const auto& [text, parts] : cases) {
+        EXPECT_TRUE(ParseServerUrl(text, url, problem)) << problem;
+        EXPECT_EQ(url.scheme + "|" + url.hostname + "|" + url.path, parts);
+    }
+    for (const char* text :
+         {"hub:80", "ftp://hub", "http://", "http://:80", "http://hub:", "http://hub:0", "http://hub:65536",
+          "http://hub:8x", "http://user:pw@hub", "http://::1", "http://hub/a b", "http://hub/a?b"}) {
+        EXPECT_FALSE(ParseServerUrl(text, url, problem)) << text;
     }
 }
 
@@ -69,21 +55,10 @@ class InstallerTest : public testing::Test {
     std::string problem;
 };
 
-TEST_F(InstallerTest, TheModuleFindsItsFoldersInTheHome) {
-    ASSERT_TRUE(LayOutHome(home, libraries, problem)) << problem;
-    home.Enter();
-    WideString path;
-    ASSERT_TRUE(GetUtilsFolder(path));
-    EXPECT_TRUE(fs::exists(platform::NativePath(path) + "Prefstore.so"));
-    ASSERT_TRUE(GetDataFolder(path));
-    EXPECT_EQ(fs::status(platform::NativePath(path)).permissions(), fs::perms(0700));
-    EXPECT_TRUE(home.IsInstalled());
-    unsetenv("ORRERY_REGISTRY");
-    unsetenv("ORRERY_DATA");
-}
-
 TEST_F(InstallerTest, RunAgainItReplacesOnlyWhatDiffers) {
     ASSERT_TRUE(LayOutHome(home, libraries, problem)) << problem;
+    EXPECT_TRUE(home.IsInstalled());
+    EXPECT_EQ(fs::status(home.StoreFolder()).permissions(), fs::perms(0700));
     std::ofstream(home.RegistryFile(), std::ios::app) << "\"Further\"=\"kept\"\n";
     const auto before = fs::last_write_time(home.AgentFolder() + "/Eventgate.so");
     const auto registry = fs::last_write_time(home.RegistryFile());
@@ -94,11 +69,15 @@ TEST_F(InstallerTest, RunAgainItReplacesOnlyWhatDiffers) {
     EXPECT_EQ(fs::file_size(home.AgentFolder() + "/Realtime.so"), 5u);
 }
 
-TEST_F(InstallerTest, MissingLibrariesAreNamedAndNothingIsMade) {
+TEST_F(InstallerTest, WhatCannotBeDoneWholeIsNotBegun) {
     fs::remove(libraries + "/Wirelink.so");
     EXPECT_FALSE(LayOutHome(home, libraries, problem));
     EXPECT_THAT(problem, HasSubstr("Wirelink.so"));
     EXPECT_FALSE(fs::exists(home.Folder()));
+    problem.clear();
+    EXPECT_FALSE(Apply({.server = "http://hub", .device = "", .site = {}}));
+    EXPECT_THAT(problem, HasSubstr("device id is empty"));
+    EXPECT_EQ(store.Writes(), 0u);
 }
 
 TEST_F(InstallerTest, SettingsChangeOnlyAsTold) {
@@ -109,7 +88,6 @@ TEST_F(InstallerTest, SettingsChangeOnlyAsTold) {
     EXPECT_EQ(device->size(), 36u);
     EXPECT_NE(device, notification);
     EXPECT_EQ(store.Value(u"Realtime.Client.ValidateCertificates"), u"0");
-    EXPECT_EQ(store.Value(u"Realtime.Notifications.Enabled"), u"1");
     EXPECT_EQ(store.Value(u"Communications.Method_CommandHub.Scheme"), u"wss");
 
     store.DeleteValue(u"Realtime.Notifications.Enabled");
@@ -122,10 +100,24 @@ TEST_F(InstallerTest, SettingsChangeOnlyAsTold) {
     EXPECT_EQ(store.Value(u"Register.Notification.NotificationId"), notification);
 }
 
-TEST_F(InstallerTest, ABadOptionChangesNothing) {
-    EXPECT_FALSE(Apply({.server = "http://hub", .device = "", .site = {}}));
-    EXPECT_THAT(problem, HasSubstr("device id is empty"));
-    EXPECT_EQ(store.Writes(), 0u);
+TEST(SettingsImport, LinesAndJsonGiveTheSameAndFaultsAreNamed) {
+    const SettingsList expected{{"a.b.c", " x=y "}, {"a.b.d", ""}};
+    SettingsList settings;
+    std::string problem;
+    for (const char* text :
+         {"# comment\r\n\n  a.b.c = x=y \r\na.b.d=\n", R"( {"a.b.c":" x=y ","a.b.d":""})"}) {
+        settings.clear();
+        ASSERT_TRUE(ReadSettingsText(text, settings, problem)) << problem;
+        EXPECT_EQ(settings, expected) << text;
+    }
+    const std::pair<const char*, const char*> faults[] = {
+        {"a.b.c=1\nnonsense\n", "line 2"},    {"a.b.=1", "line 1"},        {R"({"a.b.c":1})", "a.b.c"},
+        {R"({"a.b.c":"x\u0000y"})", "a.b.c"}, {R"({"a.b.c":"x")", "JSON"},
+    };
+    for (const auto& [text, named] : faults) {
+        EXPECT_FALSE(ReadSettingsText(text, settings, problem)) << text;
+        EXPECT_THAT(problem, testing::HasSubstr(named));
+    }
 }
 
 }  // namespace

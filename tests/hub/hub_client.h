@@ -2,7 +2,13 @@
 // no library would. Whatever doesn't come within ten seconds counts as an end. One thread.
 #pragma once
 
-#include <cstdint>
+#include <arpa/inet.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
 #include <string>
 #include <string_view>
 
@@ -20,28 +26,97 @@ struct Received {
 
 class HubClient {
   public:
-    explicit HubClient(uint16_t port);
-    ~HubClient();
+    explicit HubClient(uint16_t port) {
+        const timeval deadline{10, 0};
+        const int noDelay = 1;
+        setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &deadline, sizeof deadline);
+        setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &noDelay, sizeof noDelay);
+        const sockaddr_in address{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
+        if (connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+            failure = errno;
+    }
+    ~HubClient() { close(socket); }
     HubClient(const HubClient&) = delete;
     HubClient& operator=(const HubClient&) = delete;
 
-    void SendBytes(std::string_view bytes) const;
+    void SendBytes(std::string_view bytes) const {
+        while (!bytes.empty()) {
+            const ssize_t sent = send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+            if (sent <= 0) return;
+            bytes.remove_prefix(static_cast<size_t>(sent));
+        }
+    }
     // The status, with the body in `answer`; 0 if the connection ended.
-    int Http(const std::string& method, const std::string& target, const std::string& body = {});
-    int ReadAnswer();
-    int Upgrade(const std::string& target = "/commandhub", const std::string& header = {});
-    // Upgrade and Register; true if a welcome came.
-    bool Register(const std::string& device);
-    void Subscribe(const std::string& device, const std::string& topic) const;
-    void SendFrame(std::string_view payload, Opcode opcode = Text) const;
-    Received Receive();
+    int Http(const std::string& method, const std::string& target, const std::string& body = {}) {
+        SendBytes(method + ' ' + target + " HTTP/1.1\r\nHost: hub\r\nContent-Length: " +
+                  std::to_string(body.size()) + "\r\n\r\n" + body);
+        return ReadAnswer();
+    }
+    int ReadAnswer() {
+        size_t end = 0;
+        while ((end = pending.find("\r\n\r\n")) == pending.npos) {
+            if (!Fill(pending.size() + 1)) return 0;
+        }
+        const std::string head = Take(end + 4);
+        const size_t length = head.find("Content-Length: ");
+        const size_t size = length == head.npos ? 0 : std::stoul(head.substr(length + 16));
+        if (!Fill(size)) return 0;
+        answer = Take(size);
+        return std::stoi(head.substr(head.find(' ') + 1));
+    }
+    int Upgrade() {
+        SendBytes(
+            "GET /commandhub HTTP/1.1\r\nHost: hub\r\nConnection: Upgrade\r\nUpgrade: websocket\r\n"
+            "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n");
+        return ReadAnswer();
+    }
+    // The mask is zero, and so the payload stays as it is.
+    void SendFrame(std::string_view payload, Opcode opcode = Text) const {
+        const size_t size = payload.size();
+        std::string frame{static_cast<char>(0x80 | opcode)};
+        const int lengthBytes = size < 126 ? 0 : size < 65536 ? 2 : 8;
+        frame += static_cast<char>(0x80 | (lengthBytes == 0 ? size : lengthBytes == 2 ? 126 : 127));
+        for (int i = lengthBytes - 1; i >= 0; --i) frame += static_cast<char>(size >> (8 * i));
+        SendBytes(frame.append(4, '\0').append(payload));
+    }
+    Received Receive() {
+        if (!Fill(2)) return {failure == ECONNRESET ? Reset : Ended, {}, 0};
+        const int opcode = static_cast<int>(TakeNumber(1) ^ 0x80);  // the frame is the whole message
+        size_t size = TakeNumber(1);
+        const size_t lengthBytes = size == 126 ? 2 : size == 127 ? 8 : 0;
+        if (!Fill(lengthBytes)) return {};
+        if (lengthBytes > 0) size = TakeNumber(lengthBytes);
+        if (!Fill(size)) return {};
+        const size_t codeBytes = opcode == Close && size >= 2 ? 2 : 0;
+        const size_t code = TakeNumber(codeBytes);
+        return {opcode, Take(size - codeBytes), code};
+    }
 
     std::string answer;
 
   private:
-    bool Fill(size_t size);  // `pending` then has that many bytes
+    bool Fill(size_t size) {  // `pending` then has that many bytes
+        std::array<char, 65536> block;
+        while (pending.size() < size) {
+            const ssize_t got = recv(socket, block.data(), block.size(), 0);
+            if (got < 0) failure = errno;
+            if (got <= 0) return false;
+            pending.append(block.data(), static_cast<size_t>(got));
+        }
+        return true;
+    }
+    std::string Take(size_t size) {
+        std::string taken = pending.substr(0, size);
+        pending.erase(0, size);
+        return taken;
+    }
+    size_t TakeNumber(size_t size) {
+        size_t value = 0;
+        for (const char byte : Take(size)) value = value << 8 | static_cast<uint8_t>(byte);
+        return value;
+    }
 
-    int socket;
+    const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
     int failure = 0;
     std::string pending;
 };

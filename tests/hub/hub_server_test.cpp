@@ -1,15 +1,19 @@
 #include "hub/hub_server.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <chrono>
 #include <thread>
 
 #include "hub_client.h"
+#include "support/call_log.h"
 
 namespace orrery::hub {
 namespace {
 
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
 using Clock = std::chrono::steady_clock;
 
 HubOptions AnyPort(uint32_t keepAliveSeconds = 0) {
@@ -19,18 +23,40 @@ HubOptions AnyPort(uint32_t keepAliveSeconds = 0) {
     return options;
 }
 
-struct RunningHub : testing::Test {
+std::string DeviceFrame(int type, const std::string& device, const std::string& parameters = {}) {
+    return R"({"Type":)" + std::to_string(type) + R"(,"DeviceId":")" + device + R"(","Parameters":{)" +
+           parameters + "}}";
+}
+
+const std::string topicT = R"("Topics":["t","t"])";
+const char* const errorFrame = R"({"Type":3,"Parameters":{"Message":")";
+const char* const welcome = R"({"Type":20,"Parameters":{"SessiondId":")";
+
+class RunningHub : public testing::Test {
+  protected:
     ~RunningHub() override {
         server.Stop();
         thread.join();
     }
 
-    std::unique_ptr<HubClient> Device(const std::string& id, const std::string& topic) {
+    static std::string Answer(HubClient& device, const std::string& frame, Opcode opcode = Text) {
+        device.SendFrame(frame, opcode);
+        return device.Receive().payload;
+    }
+    std::unique_ptr<HubClient> Registered(const std::string& id) {
         auto device = std::make_unique<HubClient>(server.Port());
-        EXPECT_TRUE(device->Register(id));
-        device->Subscribe(id, topic);
-        device->SendFrame("", Ping);  // its pong says that the subscription has been read
-        EXPECT_EQ(device->Receive().opcode, Pong);
+        EXPECT_EQ(device->Upgrade(), 101);
+        EXPECT_THAT(Answer(*device, DeviceFrame(10, id)), StartsWith(welcome));
+        return device;
+    }
+    static void Subscribe(HubClient& device, const std::string& id) {
+        device.SendFrame(DeviceFrame(12, id, topicT));
+        device.SendFrame("", Ping);  // its pong says that the subscription has been read
+        EXPECT_EQ(device.Receive().opcode, Pong);
+    }
+    std::unique_ptr<HubClient> Device(const std::string& id) {
+        auto device = Registered(id);
+        Subscribe(*device, id);
         return device;
     }
 
@@ -38,157 +64,152 @@ struct RunningHub : testing::Test {
         EXPECT_EQ(http.Http(method, target, body), 200) << http.answer;
         return http.answer;
     }
-
-    void Disconnect(const std::string& device, const std::string& how) {
-        Ask("POST", "/api/disconnect", R"({"device":")" + device + R"(","how":")" + how + R"("})");
+    std::string Push(size_t number) {
+        return Ask("POST", "/api/push", R"({"topic":"t","message":{"n":)" + std::to_string(number) + "}}");
     }
-
     bool DevicesBecome(size_t count) {
         const std::string wanted = R"({"devices":)" + std::to_string(count) + "}";
-        for (const auto end = Clock::now() + std::chrono::seconds(10); Clock::now() < end;
-             std::this_thread::yield()) {
-            if (Ask("GET", "/api/health") == wanted) return true;
-        }
-        return false;
+        return test::Eventually([&] { return Ask("GET", "/api/health") == wanted; });
     }
 
-    HubServer server{AnyPort(), {}};
+    HubServer server{AnyPort(), [](const std::string& line) { EXPECT_EQ(line.find('\n'), line.npos); }};
     std::thread thread{[this] { server.Run(); }};
     HubClient http{server.Port()};
 };
 
 Received Pushed(size_t number) {
-    return {Text,
-            R"({"Type":100,"Parameters":{"Topic":"t","Message":"{\"n\":)" + std::to_string(number) + "}\"}}",
-            0};
+    const std::string message = R"("{\"n\":)" + std::to_string(number) + "}\"";
+    return {Text, R"({"Type":100,"Parameters":{"Topic":"t","Message":)" + message + "}}", 0};
+}
+
+TEST_F(RunningHub, AnswersAConversationInTheLetterOfTheProtocol) {
+    HubClient device(server.Port());
+    ASSERT_EQ(device.Upgrade(), 101);
+    EXPECT_THAT(Answer(device, DeviceFrame(12, "a", topicT)), StartsWith(errorFrame)) << "not registered";
+    const std::string session = Answer(device, DeviceFrame(10, "a")).substr(std::string(welcome).size(), 36);
+    Subscribe(device, "a");
+    device.SendFrame("{}");
+    const char* const push = R"({"topic":"t","messages":[{"z":"ü","a":2.50},"{raw"]})";
+    EXPECT_EQ(Ask("POST", "/api/push", push), R"({"reached":1})");
+    EXPECT_EQ(device.Receive().payload,
+              R"({"Type":100,"Parameters":{"Topic":"t","Message":"{\"z\":\"ü\",\"a\":2.5}"}})");
+    EXPECT_EQ(device.Receive().payload, R"({"Type":100,"Parameters":{"Topic":"t","Message":"{raw"}})");
+    EXPECT_EQ(Ask("POST", "/api/push", R"({"topic":"T","message":{}})"), R"({"reached":0})");
+    EXPECT_THAT(Answer(device, DeviceFrame(13, "b", topicT)), StartsWith(errorFrame)) << "not its own id";
+    EXPECT_THAT(Ask("GET", "/api/devices"),
+                AllOf(StartsWith(R"([{"device":"a","connected":true,"session":")" + session +
+                                 R"(","topics":["t"],"connectedSince":")"),
+                      HasSubstr(R"("keepAlives":1,"frames":4,"registrations":1,)")));
+    EXPECT_EQ(Answer(device, DeviceFrame(11, "a")), R"({"Type":21,"Parameters":{}})");
+    EXPECT_THAT(Answer(device, "{}"), StartsWith(errorFrame));
+    EXPECT_TRUE(DevicesBecome(0));
+}
+
+TEST_F(RunningHub, KeepsOneLinkForEachDeviceAndOneDeviceForEachLink) {
+    const auto first = Device("a"), second = Registered("a");
+    EXPECT_EQ(first->Receive(), (Received{Close, "", 1000}));
+    EXPECT_EQ(Push(1), R"({"reached":0})") << "topics of the registration before";
+    EXPECT_THAT(Answer(*second, DeviceFrame(10, "x\\ny")), StartsWith(welcome));
+    EXPECT_TRUE(DevicesBecome(1));
+    EXPECT_THAT(Ask("GET", "/api/devices?all=1"),
+                AllOf(HasSubstr(R"({"device":"a","connected":false)"), HasSubstr(R"("registrations":2)"),
+                      HasSubstr(R"({"device":"x\ny","connected":true)")));
 }
 
 TEST_F(RunningHub, PushesArriveInOrderAndASlowDeviceHoldsNobodyUp) {
-    const auto slow = Device("slow", "t");
-    const auto quick = Device("quick", "t");
+    const auto slow = Device("slow"), quick = Device("quick");
     Ask("POST", "/api/frame?device=slow", std::string(20'000'000, 'x'));
     std::string many = R"({"topic":"t","messages":[{"n":0})";
     for (size_t i = 1; i < 900; ++i) many += R"(,{"n":)" + std::to_string(i) + "}";
     EXPECT_EQ(Ask("POST", "/api/push", many + "]}"), R"({"reached":2})");
-    for (size_t i = 900; i < 1000; ++i)
-        Ask("POST", "/api/push", R"({"topic":"t","message":{"n":)" + std::to_string(i) + "}}");
+    for (size_t i = 900; i < 1000; ++i) Push(i);
     for (size_t i = 0; i < 1000; ++i) ASSERT_EQ(quick->Receive(), Pushed(i));
     EXPECT_EQ(slow->Receive().payload.size(), 20'000'000u);
     for (size_t i = 0; i < 1000; ++i) ASSERT_EQ(slow->Receive(), Pushed(i));
 }
 
 TEST_F(RunningHub, DeviceThatNeverReadsIsDroppedAtTheLimitOfItsQueue) {
-    const auto device = Device("a", "t");
+    const auto device = Device("a");
     for (int i = 0; i < 5; ++i) Ask("POST", "/api/frame?device=a", std::string(60'000'000, 'x'));
     EXPECT_TRUE(DevicesBecome(0));
 }
 
-TEST_F(RunningHub, RawFramesTravelAsTheyAre) {
-    const auto device = Device("a", "t");
-    for (const std::string& bytes : {std::string(), std::string("\xff\xfe{"), std::string(5'000'000, '['),
-                                     std::string(33'000'000, 'x')}) {
-        Ask("POST", "/api/frame?device=a&kind=text", bytes);
-        Ask("POST", "/api/frame?device=a&kind=binary", bytes);
-        EXPECT_TRUE(device->Receive() == (Received{Text, bytes, 0}));
-        EXPECT_TRUE(device->Receive() == (Received{Binary, bytes, 0}));
-    }
-}
-
 TEST_F(RunningHub, HostileFramesCostAnErrorOrTheConnectionButNotTheHub) {
-    const auto device = Device("a", "t");
-    for (const std::string& bytes : {std::string(), std::string("nonsense"), std::string(5'000'000, '[')}) {
-        device->SendFrame(bytes);
-        EXPECT_TRUE(device->Receive().payload.starts_with(R"({"Type":3,)")) << bytes.substr(0, 10);
+    const auto device = Device("a"), garbage = Device("b"), large = Device("c");
+    const std::string open(513, '['), shut(513, ']');
+    for (const std::string& bytes : {std::string(), std::string("nonsense"), std::string(5'000'000, '['),
+                                     R"({"Type":10,"DeviceId":"a","x":)" + open + shut + "}",
+                                     std::string(R"({"Type":10.0,"DeviceId":"a"})"), DeviceFrame(20, "a"),
+                                     std::string(R"({"Type":10,"DeviceId":5})"), DeviceFrame(12, "a"),
+                                     DeviceFrame(13, "a", R"("Topics":["t",1])")}) {
+        EXPECT_THAT(Answer(*device, bytes), StartsWith(errorFrame)) << bytes.substr(0, 40);
     }
-    device->SendFrame("{}", Binary);
-    EXPECT_TRUE(device->Receive().payload.starts_with(R"({"Type":3,)"));
-    EXPECT_EQ(Ask("POST", "/api/push", R"({"topic":"t","message":{"n":1}})"), R"({"reached":1})");
+    EXPECT_THAT(Answer(*device, "{}", Binary), StartsWith(errorFrame));
+    EXPECT_EQ(Push(1), R"({"reached":3})");
     EXPECT_EQ(device->Receive(), Pushed(1));
+    EXPECT_THAT(Answer(*device, DeviceFrame(10, "\\\"" + open)), StartsWith(welcome)) << "within a text";
 
     device->SendFrame("\xff");
     EXPECT_EQ(device->Receive().code, 1007);
-    const auto garbage = Device("b", "t");
+    garbage->Receive();
     garbage->SendBytes(std::string(14, '\xff'));
     EXPECT_EQ(garbage->Receive().code, 1002);
-    const auto large = Device("c", "t");
+    large->Receive();
     large->SendBytes({"\x81\xff\0\0\0\0\x01\0\0\x01\0\0\0\0", 14});
     EXPECT_EQ(large->Receive().code, 1009);
     EXPECT_TRUE(DevicesBecome(0));
 }
 
 TEST_F(RunningHub, ConnectionsEndAsAsked) {
-    const auto closed = Device("closed", "t");
-    Ask("POST", "/api/push", R"({"topic":"t","message":{"n":1}})");
-    Disconnect("closed", "close");
+    const auto closed = Device("closed"), dropped = Device("dropped");
+    Push(1);
+    Ask("POST", "/api/disconnect", R"({"device":"closed","how":"close"})");
     EXPECT_EQ(closed->Receive(), Pushed(1));
     EXPECT_EQ(closed->Receive(), (Received{Close, "", 1000}));
     closed->SendFrame("\x03\xe8", Close);
     EXPECT_EQ(closed->Receive().opcode, Ended);
-
-    const auto dropped = Device("dropped", "t");
-    Disconnect("dropped", "drop");
+    dropped->Receive();
+    Ask("POST", "/api/disconnect", R"({"device":"dropped","how":"drop"})");
     EXPECT_EQ(dropped->Receive().opcode, Reset);
-
-    const auto first = Device("twice", "t");
-    const auto second = Device("twice", "t");
-    EXPECT_EQ(first->Receive(), (Received{Close, "", 1000}));
-    Ask("POST", "/api/push", R"({"topic":"t","message":{"n":2}})");
-    EXPECT_EQ(second->Receive(), Pushed(2));
-    EXPECT_TRUE(DevicesBecome(1));
 }
 
-TEST_F(RunningHub, StalledDeviceStaysUntilItGoes) {
-    auto stalled = Device("a", "t");
-    Disconnect("a", "stall");
-    stalled->SendFrame("", Ping);
-    EXPECT_EQ(Ask("POST", "/api/push", R"({"topic":"t","message":{}})"), R"({"reached":1})");
-    EXPECT_TRUE(DevicesBecome(1));
-    stalled.reset();
-    EXPECT_TRUE(DevicesBecome(0));
-
-    const auto again = Device("a", "t");
-    Disconnect("a", "stall");
-    Disconnect("a", "drop");
-    EXPECT_EQ(again->Receive().opcode, Reset);
-}
-
-TEST_F(RunningHub, HttpFaultsAreAnswered) {
+TEST_F(RunningHub, RefusesWhatItCannotDo) {
+    const auto device = Device("a");
     struct Case {
-        const char* name;
-        std::string bytes;
         int status;
+        std::string method, target, body = {};
     };
     const Case cases[] = {
-        {"body beyond the limit", "POST /api/pac HTTP/1.1\r\nContent-Length: 67108865\r\n\r\nxxxx", 413},
-        {"no HTTP", "nonsense\r\n\r\n", 400},
-        {"endless header", "GET /" + std::string(20'000, 'x') + " HTTP/1.1\r\n\r\n", 400},
-        {"no upgrade at the WebSocket's path", "GET /commandhub HTTP/1.1\r\n\r\n", 404},
-        {"chunked body", "POST /api/push HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n[]\r\n0\r\n\r\n",
-         400},
-        {"body held back", "POST /api/pac HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 9\r\n\r\n",
-         100},
+        {400, "POST", "/api/push", R"({"topic":1,"message":{}})"},
+        {404, "POST", "/api/frame?device=b"},
+        {200, "POST", "/api/frame?kind=binary&device=%61"},
+        {400, "POST", "/api/disconnect", R"({"device":"a","how":"close","code":1005})"},
+        {200, "POST", "/api/disconnect", R"({"device":"a","how":"close","code":4001})"},
+        {404, "GET", "/proxy.pac"},
+        {200, "POST", "/api/pac", "script"},
+        {404, "GET", "/commandhub"},
     };
     for (const Case& c : cases) {
-        HubClient client(server.Port());
-        client.SendBytes(c.bytes);
-        EXPECT_EQ(client.ReadAnswer(), c.status) << c.name;
+        EXPECT_EQ(http.Http(c.method, c.target, c.body), c.status) << c.method << ' ' << c.target << c.body;
     }
-    EXPECT_EQ(HubClient(server.Port()).Upgrade("/elsewhere"), 404);
-    EXPECT_EQ(HubClient(server.Port()).Upgrade("/commandhub?x=1", "x-zelko-viaproxy: p\r\n"), 101);
-
-    Ask("POST", "/api/pac", "script");
-    const auto asked = Clock::now();
-    EXPECT_EQ(Ask("GET", "/proxy.pac?delay=50"), "script");
-    EXPECT_GE(Clock::now() - asked, std::chrono::milliseconds(50));
+    EXPECT_EQ(device->Receive(), (Received{Binary, "", 0}));
+    EXPECT_EQ(device->Receive().code, 4001);
+    const std::pair<int, std::string> hostile[] = {
+        {413, "POST /api/pac HTTP/1.1\r\nContent-Length: 67108865\r\n\r\nxxxx"},
+        {400, "GET /" + std::string(20'000, 'x') + " HTTP/1.1\r\n\r\n"}};
+    for (const auto& [status, bytes] : hostile) {
+        HubClient client(server.Port());
+        client.SendBytes(bytes);
+        EXPECT_EQ(client.ReadAnswer(), status) << bytes.substr(0, 40);
+    }
 }
 
 TEST_F(RunningHub, HoldsAThousandDevices) {
     const auto began = Clock::now();
     std::vector<std::unique_ptr<HubClient>> devices;
-    for (int i = 0; i < 1000; ++i) devices.push_back(Device("d" + std::to_string(i), "t"));
+    for (int i = 0; i < 1000; ++i) devices.push_back(Device("d" + std::to_string(i)));
     for (size_t n = 0; n < 3; ++n) {
-        EXPECT_EQ(Ask("POST", "/api/push", R"({"topic":"t","message":{"n":)" + std::to_string(n) + "}}"),
-                  R"({"reached":1000})");
+        EXPECT_EQ(Push(n), R"({"reached":1000})");
         for (const auto& device : devices) ASSERT_EQ(device->Receive(), Pushed(n));
     }
     devices.clear();
@@ -200,23 +221,15 @@ TEST(HubServer, SaysGoodbyeWhenItStops) {
     HubServer server(AnyPort(1), {});
     std::thread thread([&] { server.Run(); });
     HubClient device(server.Port()), idle(server.Port());
-    EXPECT_TRUE(device.Register("a"));
+    EXPECT_EQ(device.Upgrade(), 101);
+    device.SendFrame(DeviceFrame(10, "a"));
+    device.Receive();
     EXPECT_EQ(device.Receive(), (Received{Text, R"({"Type":2})", 0}));
     const auto began = Clock::now();
     server.Stop();
     EXPECT_EQ(device.Receive().code, 1001);
     thread.join();
     EXPECT_LT(Clock::now() - began, std::chrono::seconds(1));
-}
-
-TEST(HubServer, SaysWhyItCannotStart) {
-    HubServer first(AnyPort(), {});
-    HubOptions busy = AnyPort(), unreadable = AnyPort(), nowhere = AnyPort();
-    busy.port = first.Port();
-    unreadable.tlsCertificate = "/nonexistent/certificate.pem";
-    nowhere.address = "somewhere";
-    for (const HubOptions& options : {busy, unreadable, nowhere})
-        EXPECT_THROW(HubServer(options, {}), std::runtime_error);
 }
 
 }  // namespace

@@ -1,37 +1,98 @@
+// What of the platform works on files: files themselves, the registry, tracing.
 #include "platform/files.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include "platform/temporary_folder.h"
+#include "platform/registry.h"
+#include "platform/text.h"
+#include "platform/tracing.h"
+#include "support/temporary_folder.h"
 
 namespace orrery::platform {
 namespace {
 
 using std::filesystem::perms;
 
-perms ModeOf(const std::string& path) {
-    return std::filesystem::status(path).permissions();
+perms ModeOf(const WideString& path) {
+    return std::filesystem::status(NativePath(path)).permissions();
 }
 
 TEST(Files, FoldersAndFilesAreTheOwnersAlone) {
     const TemporaryFolder folder;
     const WideString made = WidePath(folder.PathOf("made")) + u"\\";
     const WideString file = made + u"\u00E4.txt";
-    EXPECT_FALSE(CreateFolder(made + u"two levels\\"));
-    EXPECT_FALSE(AppendToFile(file, "x"));
     EXPECT_FALSE(WriteNewFile(file, "x"));
     ASSERT_TRUE(CreateFolder(made));
     EXPECT_FALSE(CreateFolder(made));
     EXPECT_FALSE(AppendToFile(file, "x"));
-    EXPECT_FALSE(PathExists(file));
-
     EXPECT_TRUE(WriteNewFile(file, "a longer text"));
     EXPECT_TRUE(WriteNewFile(file, "one"));
     EXPECT_TRUE(AppendToFile(file, "two"));
-    EXPECT_TRUE(PathExists(file));
     EXPECT_EQ(folder.Read("made/\xC3\xA4.txt"), "onetwo");
-    EXPECT_EQ(ModeOf(NativePath(made)), perms::owner_all);
-    EXPECT_EQ(ModeOf(NativePath(file)), perms::owner_read | perms::owner_write);
+    EXPECT_EQ(ModeOf(made), perms::owner_all);
+    EXPECT_EQ(ModeOf(file), perms::owner_read | perms::owner_write);
+}
+
+TEST(Tracing, RecordsAreAppendedOneLineEach) {
+    TemporaryFolder folder;
+    folder.Write("trace", "before\n");
+    folder.SetEnvironment("ORRERY_TRACE", "5,0x3," + folder.PathOf("trace"));
+    static std::string enabled;
+    RegisterTraceProvider([](uint8_t level, uint32_t flags) {
+        enabled += std::to_string(level) + "," + std::to_string(flags) + ";";
+    });
+    WriteTraceRecord("channel.cpp", 42, 2, "two\r\nlines");
+    WriteTraceRecord("channel.cpp", 43, 2, std::string(8193, 'x'));
+    UnregisterTraceProvider();
+    WriteTraceRecord("channel.cpp", 44, 2, "nobody listens");
+    EXPECT_EQ(enabled, "5,3;0,0;");
+    EXPECT_THAT(folder.Read("trace"),
+                testing::MatchesRegex("before\n....-..-..T..:..:..[.]...Z [0-9]+ 2 channel.cpp:42 "
+                                      "two\\\\r\\\\nlines\n"));
+}
+
+constexpr const char* contents =
+    "\xEF\xBB\xBFREGEDIT4\r\n"
+    "\"Path\"=\"outside of any section\"\r\n"
+    "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Agent]\r\n"
+    "\"Path\"=\"C:\\\\Agent \\\"x\\\" ; \xC3\xA4\\\\\"\r\n"
+    "\"Number\"=dword:0000001f ; comment\r\n"
+    "\"Trailing\"=\"x\"y\r\n"
+    "\"TooLarge\"=dword:1ffffffff\r\n"
+    "[HKEY_CURRENT_USER\\SOFTWARE\\Agent]\n"
+    "\"User\"=\"d\"\n"
+    "[hkey_local_machine\\software\\agent]\n"
+    "\"Twice\"=\"second\"\n"
+    "[HKEY_LOCAL_MACHINE\\broken\n"
+    "\"Broken\"=\"e\"\n"
+    "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Agent]\n"
+    "\"Last\"=\"no line end\"";
+
+TEST(Registry, ReadsWhatIsWellFormedAndFollowsTheFile) {
+    TemporaryFolder folder;
+    folder.SetEnvironment("ORRERY_REGISTRY", folder.PathOf("registry.reg"));
+    folder.Write("registry.reg", contents);
+    const auto text = [](const WideString& name) {
+        WideString value = u"(missing)";
+        ReadRegistryText(u"Software\\AGENT", name, value);
+        return ToUtf8(value);
+    };
+    EXPECT_EQ(text(u"pATH"), "C:\\Agent \"x\" ; \xC3\xA4\\");
+    EXPECT_EQ(text(u"Twice"), "second");
+    EXPECT_EQ(text(u"Last"), "no line end");
+    for (const auto* name : {u"Number", u"Trailing", u"User", u"Broken"}) {
+        EXPECT_EQ(text(name), "(missing)") << ToUtf8(name);
+    }
+    uint32_t value = 7;
+    EXPECT_FALSE(ReadRegistryNumber(u"SOFTWARE\\Agent", u"TooLarge", value));
+    EXPECT_EQ(value, 7u);
+    EXPECT_TRUE(ReadRegistryNumber(u"SOFTWARE\\Agent", u"number", value));
+    EXPECT_EQ(value, 0x1Fu);
+
+    folder.Write("registry.reg", "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Agent]\n\"Path\"=\"new\"\n");
+    EXPECT_EQ(text(u"Path"), "new");
+    folder.SetEnvironment("ORRERY_REGISTRY", folder.PathOf("missing"));
+    EXPECT_EQ(text(u"Path"), "(missing)");
 }
 
 }  // namespace

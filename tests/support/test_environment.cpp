@@ -42,17 +42,19 @@ void TestEnvironment::Reset() {
     WriteRegistry("[HKEY_LOCAL_MACHINE\\SOFTWARE\\Zelko Security\\SetupEx\\Orrery Agent]\n\"Path\"=\"" +
                   root.string() + "\"\n");
     for (const char* name : {"Eventgate", "Utils/Prefstore", "Utils/Tracebox"}) Replace(name, "services");
-    for (const char* name : {"Wirelink", "WirelinkLC"}) {
-        Link(std::string("Utils/") + name, fs::path(TRANSPORT_FOLDER) / name);
-    }
+    for (const char* name : {"Wirelink.so", "WirelinkLC.so"})
+        fs::create_symlink(fs::path(TRANSPORT_FOLDER) / name, root / "Utils" / name);
     config.Clear();
     eventgate.Answer({});
     eventgate.Take();
     tracebox.Take();
 }
 
+// A copy: two names of one file would be one library to the loader, which it finds by the old name for as
+// long as it is loaded by the other.
 void TestEnvironment::Replace(const std::string& name, const std::string& library) {
-    Link(name, fs::path(TEST_LIBRARY_FOLDER) / library);
+    Remove(name);
+    fs::copy_file(fs::path(TEST_LIBRARY_FOLDER) / (library + ".so"), root / (name + ".so"));
 }
 
 void TestEnvironment::Remove(const std::string& name) {
@@ -61,11 +63,6 @@ void TestEnvironment::Remove(const std::string& name) {
 
 void TestEnvironment::WriteRegistry(const std::string& text) {
     std::ofstream(root / "registry.reg") << text;
-}
-
-void TestEnvironment::Link(const std::string& name, const fs::path& library) {
-    Remove(name);
-    fs::create_symlink(library.string() + ".so", root / (name + ".so"));
 }
 
 }  // namespace orrery::test

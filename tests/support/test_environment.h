@@ -32,7 +32,6 @@ class TestEnvironment {
   private:
     TestEnvironment();
     ~TestEnvironment();
-    void Link(const std::string& name, const std::filesystem::path& library);
 };
 
 }  // namespace orrery::test

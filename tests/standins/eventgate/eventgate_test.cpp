@@ -2,20 +2,18 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <functional>
-#include <future>
 #include <memory>
 #include <stdexcept>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "platform/error_codes.h"
-#include "platform/files.h"
-#include "platform/library.h"
+#include "support/held_call.h"
 
 namespace orrery::eventgate {
+
+extern "C" IEventgate* GetIEventgate();
+extern "C" void FreeIEventgate(IEventgate** eventgate);
+
 namespace {
 
 // Keeps what it was given, each text ended by the flag; `onEvent` runs first.
@@ -25,12 +23,33 @@ class Receiver final : public IEventReceiver {
         if (onEvent) onEvent();
         std::string text;
         event.SerializeUtf8(text);
-        received.push_back(text + (flag ? "1" : "0"));
+        received += text + (flag ? "1" : "0");
     }
 
     std::function<void()> onEvent;
-    std::vector<std::string> received;  // of the delivering thread; read after the gate is gone
+    std::string received;  // of the delivering thread; read after the gate is gone
 };
+
+TEST(EventgateTest, DocumentsAreTakenApartOrRefused) {
+    const std::pair<WideString, const char*> cases[] = {
+        {u" \n\"A\":{\"x\":\"}\"}", "{\"A\":{\"x\":\"}\"}}0"},
+        {u"{\"B\":{},\"A\":{},\"B\":{\"x\":1}}", "{\"B\":{}}0{\"A\":{}}0{\"B\":{\"x\":1}}0"},
+        {u"[{\"A\":{}},{\"B\":{},\"C\":{}}]", "{\"A\":{}}0{\"B\":{}}0{\"C\":{}}0"},
+    };
+    for (const auto& [text, expected] : cases) {
+        Receiver receiver;
+        auto gate = std::make_unique<Eventgate>();
+        gate->SetReceiver(&receiver);
+        EXPECT_EQ(gate->Dispatch(text, false), Success);
+        gate.reset();
+        EXPECT_EQ(receiver.received, expected);
+    }
+    for (const char16_t* text :
+         {u"[{\"A\":{}},{\"B\":1}]", u"[{\"A\":{}},1]", u"[[{\"A\":{}}]]", u"[]", u"{}",
+          u"{\"A\":1,\"B\":[]}", u"{\"\":{}}", u"", u"\"A\"", u"{\"A\":{}", u"\"A\":{}},{\"B\":{}"}) {
+        EXPECT_EQ(Eventgate().Dispatch(text, false), InvalidParameter);
+    }
+}
 
 TEST(EventgateTest, KeepsOrderWaitsForAReceiverAndDrains) {
     Receiver receiver;
@@ -41,34 +60,23 @@ TEST(EventgateTest, KeepsOrderWaitsForAReceiverAndDrains) {
         if (calls == 4) target.SetReceiver(nullptr);  // from its own call: doesn't wait
     };
     EXPECT_EQ(gate->Dispatch(u"{\"A\":{}}", true), Success);
-    EXPECT_EQ(gate->Dispatch(u"{\"bad\":1}", true), InvalidParameter);
     gate->SetReceiver(&receiver);
     EXPECT_EQ(gate->Dispatch(u"[{\"B\":{}},{\"C\":{}}]", false), Success);
     EXPECT_EQ(gate->Dispatch(u"\"D\":{}", true), Success);
     EXPECT_EQ(gate->Dispatch(u"\"E\":{}", true), Success);
     gate.reset();
-    EXPECT_EQ(receiver.received, (std::vector<std::string>{"{\"A\":{}}1", "{\"C\":{}}0", "{\"D\":{}}1"}));
+    EXPECT_EQ(receiver.received, "{\"A\":{}}1{\"C\":{}}0{\"D\":{}}1");
 }
 
 TEST(EventgateTest, RemovalWaitsForTheCallInFlight) {
-    Eventgate gate;
+    test::HeldCall call;
     Receiver receiver;
-    std::promise<void> begun;
-    std::promise<void> removing;
-    std::atomic<bool> returned = false;
-    receiver.onEvent = [&] {
-        begun.set_value();
-        removing.get_future().wait();
-        for (int turn = 0; turn < 1000; ++turn) std::this_thread::yield();
-        returned = true;
-    };
+    receiver.onEvent = [&] { call.Stay(); };
+    Eventgate gate;
     gate.SetReceiver(&receiver);
     gate.Dispatch(u"[{\"A\":{}},{\"B\":{}}]", false);
-    begun.get_future().wait();
-    removing.set_value();
-    gate.SetReceiver(nullptr);
-    EXPECT_TRUE(returned);
-    EXPECT_EQ(receiver.received.size(), 1u);
+    EXPECT_TRUE(call.IsAwaitedBy([&] { gate.SetReceiver(nullptr); }));
+    EXPECT_EQ(receiver.received, "{\"A\":{}}0");
 }
 
 TEST(EventgateTest, FullQueueTakesNothingOfWhatDoesNotFit) {
@@ -82,29 +90,20 @@ TEST(EventgateTest, FullQueueTakesNothingOfWhatDoesNotFit) {
     EXPECT_EQ(gate.Dispatch(u"{\"E\":{}}", false), NotEnoughMemory);
 }
 
-TEST(EventgateTest, ModuleDrainsWithItsLastUser) {
-    const auto library = platform::OpenLibrary(platform::WidePath(MODULE_FOLDER), u"Eventgate.dll");
-    ASSERT_TRUE(library) << platform::LastLibraryError();
-    const auto get = reinterpret_cast<GetIEventgateFunction>(platform::FindExport(library, "GetIEventgate"));
-    const auto free =
-        reinterpret_cast<FreeIEventgateFunction>(platform::FindExport(library, "FreeIEventgate"));
-
+TEST(EventgateTest, DrainsWithItsLastUser) {
     Receiver receiver;
-    IEventgate* agent = get();
-    IEventgate* plugin = get();
-    EXPECT_EQ(agent, plugin);
     // An event delivered at the very end may come back to the library.
     receiver.onEvent = [&] {
-        IEventgate* inside = get();
-        free(&inside);
+        IEventgate* inside = GetIEventgate();
+        FreeIEventgate(&inside);
     };
+    IEventgate* agent = GetIEventgate();
+    IEventgate* plugin = GetIEventgate();
     agent->SetReceiver(&receiver);
-    free(&agent);
-    EXPECT_EQ(agent, nullptr);
+    FreeIEventgate(&agent);
     EXPECT_EQ(plugin->Dispatch(u"[{\"A\":{}},{\"B\":{}}]", false), Success);
-    free(&plugin);
-    EXPECT_EQ(receiver.received.size(), 2u);
-    EXPECT_TRUE(platform::CloseLibrary(library));
+    FreeIEventgate(&plugin);
+    EXPECT_EQ(receiver.received, "{\"A\":{}}0{\"B\":{}}0");
 }
 
 }  // namespace

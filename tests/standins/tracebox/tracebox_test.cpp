@@ -1,25 +1,31 @@
 #include "standins/tracebox/tracebox.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sys/stat.h>
 
-#include <string>
-
-#include "platform/files.h"
-#include "platform/library.h"
-#include "platform/temporary_folder.h"
+#include "standins/tracebox/log_line.h"
+#include "support/temporary_folder.h"
 
 namespace orrery::tracebox {
 namespace {
 
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
-
-mode_t ModeOf(const std::string& file) {
-    struct stat status {};
-    return stat(file.c_str(), &status) == 0 ? status.st_mode & 0777 : 0;
+TEST(LogLine, FormatsNeverReadPastTheirArgumentsAndOneMessageIsOneLine) {
+    struct Case {
+        const char* format;
+        std::vector<LogArgument> arguments;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {"%ws %s %d %u %x 100%%", {u"\u00e9", "narrow", -5, 7u, 255u}, "\u00e9 narrow -5 7 ff 100%"},
+        {"%d %x %x", {0x8054820Du, 0x8054820Du, -1}, "2153021965 8054820d ffffffff"},
+        {"%d %ws %s %x %s", {"text", 4, u"wide", u"x", static_cast<char*>(nullptr)}, "text 4 wide x NULL"},
+        {nullptr, {1}, "NULL"},
+        {"%d of %ws, %x", {1}, "1 of %ws, %x"},
+        {"%f %w %5d %d %", {1, 2}, "%f %w %5d 1 %"},
+        {"%s {} %s", {"%d %s", "{0}"}, "%d %s {} {0}"},
+        {"a\n%s|%ws", {"b\r\nc\x1b[2J\x7f", u"\t\u0085\u2028"}, "a\\nb\\r\\nc\\x1b[2J\\x7f|\\t\\x85\\u2028"},
+        {"%s|%ws", {"a\xff", u"\xd83d!"}, "a\uFFFD|\uFFFD!"},
+    };
+    for (const Case& item : cases) EXPECT_EQ(FormatLine(item.format, item.arguments), item.expected);
 }
 
 TEST(TraceboxTest, FilesRotateAndStayPrivate) {
@@ -31,42 +37,11 @@ TEST(TraceboxTest, FilesRotateAndStayPrivate) {
         tracebox.Log(LogInformation, "%s", text);
     }
     for (const char* file : {"agent.log", "agent.1.log", "agent.2.log"}) {
-        EXPECT_EQ(ModeOf(folder.PathOf(file)), 0600u) << file;
+        EXPECT_EQ(std::filesystem::status(folder.PathOf(file)).permissions(), std::filesystem::perms(0600));
         EXPECT_LE(folder.Read(file).size(), maxFileSize) << file;
     }
-    EXPECT_EQ(ModeOf(folder.PathOf("agent.3.log")), 0u);
-}
-
-TEST(TraceboxTest, WorksWithoutItsFile) {
-    TemporaryFolder folder;
-    folder.Write("file", "");
-    testing::internal::CaptureStderr();
-    Tracebox(folder.PathOf("file/agent.log"), true).Log(LogWarning, "console %s", "only");
-    Tracebox("", false).Log(LogError, "dropped");
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                AllOf(HasSubstr("[warning] console only\n"), Not(HasSubstr("dropped"))));
-}
-
-TEST(TraceboxTest, ModuleGivesOneCountedObject) {
-    TemporaryFolder folder;
-    folder.SetEnvironment("ORRERY_DATA", folder.PathOf("data"));
-    folder.SetEnvironment("ORRERY_REGISTRY", folder.PathOf("none.reg"));
-    const auto library = platform::OpenLibrary(platform::WidePath(MODULE_FOLDER), u"Tracebox.dll");
-    ASSERT_TRUE(library) << platform::LastLibraryError();
-    const auto get = reinterpret_cast<GetITraceboxFunction>(platform::FindExport(library, "GetITracebox"));
-    const auto free = reinterpret_cast<FreeITraceboxFunction>(platform::FindExport(library, "FreeITracebox"));
-
-    ITracebox* first = get();
-    ITracebox* second = get();
-    EXPECT_EQ(first, second);
-    free(&first);
-    EXPECT_EQ(first, nullptr);
-    second->Log(LogError, "still there");
-    free(&second);
-    free(&second);
-    EXPECT_TRUE(platform::CloseLibrary(library));
-    EXPECT_THAT(folder.Read("data/Zelko Security/Zelko Endpoint Agent/agent.log"),
-                HasSubstr("still there\n"));
+    EXPECT_FALSE(std::filesystem::exists(folder.PathOf("agent.3.log")));
+    Tracebox(folder.PathOf("agent.log/no.log"), false).Log(LogError, "without a file: no harm");
 }
 
 }  // namespace

@@ -2,54 +2,83 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include <functional>
+#include <latch>
+#include <map>
+#include <stdexcept>
 
-#include "platform/files.h"
-#include "platform/library.h"
+#include "platform/text.h"
+#include "standins/wirelink/proxy_notifier.h"
+#include "standins/wirelink/system_proxy.h"
+#include "support/held_call.h"
 
 namespace orrery::wirelink {
 namespace {
 
-class WirelinkModule : public testing::TestWithParam<WideString> {};
+class Observer final : public IProxyUsedObserver {
+  public:
+    explicit Observer(std::function<void(IProxySetting*)> onCall) : onCall(std::move(onCall)) {}
+    void OnProxyUsed(IProxySetting* proxy) override { onCall(proxy); }
 
-TEST_P(WirelinkModule, GivesOneCountedTransportThatToleratesNull) {
-    const auto library = platform::OpenLibrary(platform::WidePath(MODULE_FOLDER), GetParam());
-    ASSERT_TRUE(library) << platform::LastLibraryError();
-    const auto get = reinterpret_cast<GetIWirelinkFunction>(platform::FindExport(library, "GetIWirelink"));
-    const auto free = reinterpret_cast<FreeIWirelinkFunction>(platform::FindExport(library, "FreeIWirelink"));
+  private:
+    const std::function<void(IProxySetting*)> onCall;
+};
 
-    IWirelink* first = get();
-    IWirelink* transport = get();
-    EXPECT_EQ(first, transport);
-    free(&first);
-    EXPECT_EQ(first, nullptr);
-
-    IProxySetting* const entry = transport->CreateProxySetting(ProxyWpad, nullptr, u"user", nullptr, u"more",
-                                                               u"http://w/p", true, true);
-    EXPECT_EQ(WideString(entry->Username()), u"user");
-    EXPECT_EQ(WideString(entry->FurtherText()), u"more");
-    EXPECT_EQ(WideString(entry->WPADUrl()), u"http://w/p");
-    EXPECT_TRUE(entry->WPADAutoDetect() && entry->Fallback());
-    IProxyList* const list = transport->CreateProxyList();
-    EXPECT_TRUE(list->AddEntry(entry));
-    transport->FreeProxyList(list);
-    transport->ReleaseProxySetting(transport->NewProxySetting());
-
-    IServiceClient* noClient = nullptr;
-    transport->FreeProxyList(nullptr);
-    transport->ReleaseProxySetting(nullptr);
-    transport->DestroyConnection(nullptr);
-    transport->CloseServiceClient(&noClient);
-    transport->CloseServiceClient(nullptr);
-    transport->DestroyTrustStore(nullptr);
-    transport->SetProxyObserver(nullptr);
-    free(&transport);
-    free(&transport);
-    EXPECT_TRUE(platform::CloseLibrary(library));
+TEST(ProxyNotifierTest, ReportsInOrderAndSurvivesAnObserverThatThrows) {
+    ProxyNotifier notifier;
+    std::latch second(1);
+    bool firstSeen = false;
+    Observer observer([&](IProxySetting* proxy) {
+        if (proxy) {
+            firstSeen = proxy->Mode() == ProxyExplicit;
+            throw std::runtime_error("observer");
+        }
+        notifier.SetObserver(nullptr);  // from its own call: doesn't wait
+        second.count_down();
+    });
+    notifier.Report(nullptr);  // nobody observes: gone
+    notifier.SetObserver(&observer);
+    notifier.Report(std::make_unique<ProxySetting>(ProxyValues{.mode = ProxyExplicit}));
+    notifier.Report(nullptr);
+    second.wait();
+    EXPECT_TRUE(firstSeen);
 }
 
-INSTANTIATE_TEST_SUITE_P(, WirelinkModule, testing::Values(u"Wirelink.dll", u"WirelinkLC.dll"),
-                         [](const auto& entry) { return entry.index == 0 ? "Current" : "Older"; });
+TEST(ProxyNotifierTest, RemovalWaitsForTheCallInFlight) {
+    test::HeldCall call;
+    Observer observer([&](IProxySetting*) { call.Stay(); });
+    ProxyNotifier notifier;
+    notifier.SetObserver(&observer);
+    notifier.Report(nullptr);
+    notifier.Report(nullptr);
+    EXPECT_TRUE(call.IsAwaitedBy([&] { notifier.SetObserver(nullptr); }));
+}
+
+TEST(SystemProxy, IsReadFromTheEnvironment) {
+    using Texts = std::map<std::string, std::string>;
+    // The values as list|user|password, each followed by a blank.
+    const std::pair<Texts, const char*> cases[] = {
+        {{{"https_proxy", ""}, {"http_proxy", "http://"}, {"all_proxy", "a;b"}}, "|| "},
+        {{{"http_proxy", "http://p:1/"}, {"HTTPS_PROXY", "https://q:2/path?x"}},
+         "https=https://q:2;http=http://p:1|| "},
+        {{{"http_proxy", "p:1"}, {"ALL_PROXY", "q:2"}}, "https=http://q:2;http=http://p:1|| "},
+        {{{"https_proxy", "p:1"}, {"HTTPS_PROXY", "q:2"}, {"HTTP_PROXY", "r:3"}}, "https=http://p:1|| "},
+        {{{"all_proxy", "http://d%5Cu%C3%A9:p%40%3a:w%zz%2@h@p:1"}}, "http://p:1|d\\u\u00e9|p@::w%zz%2@h "},
+        {{{"https_proxy", "http://u:v@p:1"}, {"http_proxy", "http://q:2"}},
+         "https=http://p:1|u|v http=http://q:2|| "},
+    };
+    for (const auto& [environment, expected] : cases) {
+        const auto read = [&texts = environment](const char* name) {
+            const auto found = texts.find(name);
+            return found == texts.end() ? nullptr : found->second.c_str();
+        };
+        std::string texts;
+        for (const ProxyValues& values : EnvironmentProxies(read, true)) {
+            texts += ToUtf8(values.proxyList + u"|" + values.username + u"|" + values.password + u" ");
+        }
+        EXPECT_EQ(texts, expected);
+    }
+}
 
 }  // namespace
 }  // namespace orrery::wirelink

@@ -1,9 +1,10 @@
-// Settings store, dispatch library and log service in one: each function gives an object of the program that
-// has loaded the library, or of the program that has loaded the module that has.
+// Settings store, dispatch library, log service and module in one: each function gives an object of the
+// program that has loaded the library, or of the program that has loaded the module that has.
 #include <dlfcn.h>
 
 #include "contracts/config_util.h"
 #include "contracts/eventgate.h"
+#include "contracts/plugin.h"
 #include "contracts/tracebox.h"
 
 namespace {
@@ -34,5 +35,11 @@ orrery::ITracebox* GetITracebox() {
 void FreeITracebox(orrery::ITracebox** tracebox) {
     Use<orrery::ITracebox>("orrery_test_tracebox", -1);
     *tracebox = nullptr;
+}
+orrery::IPluginV1* GetIPlugin() {
+    return Use<orrery::IPluginV1>("orrery_test_plugin", 1);
+}
+void FreeIPlugin(orrery::IPluginV1*) {
+    Use<orrery::IPluginV1>("orrery_test_plugin", -1);
 }
 }

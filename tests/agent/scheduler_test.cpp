@@ -1,0 +1,163 @@
+#include "agent/scheduler.h"
+
+#include <gtest/gtest.h>
+
+#include "agent/scheduler_service.h"
+#include "support/fake_config_util.h"
+#include "support/recording_services.h"
+#include "support/test_clock.h"
+
+namespace orrery::agent {
+namespace {
+
+constexpr int64_t today = 1'767'225'600;  // 2026-01-01T00:00:00Z, in seconds
+constexpr int64_t now = today * 1000;
+constexpr int64_t minute = 60'000;
+const WideString key = u"Scheduler.Tasks.t";
+
+int64_t TwoHoursEast(int64_t) {
+    return 7200;
+}
+
+CMessageObject Body(const std::string& info, const std::string& further = R"("Actions":{"A":{}})") {
+    CMessageObject body;
+    EXPECT_TRUE(body.Parse(R"({"ScheduleId":"t","ScheduleInfo":)" + info + "," + further + "}")) << info;
+    return body;
+}
+
+TEST(ScheduleTask, StartTimesAndDelays) {
+    const std::pair<const char*, int64_t> good[] = {
+        {R"({})", 0},  // from now
+
+        {R"({"StartTime":"%Now()%","Offset":"1800"})", 30 * minute},
+        {R"({"StartTime":"%Now()%","Offset":90,"Every":60,"Repetition":1})", 90'000},
+        {R"({"StartTime":"2026-01-01T01:00:00+01:00","Offset":"60"})", minute},
+        {R"({"StartTime":"2025-12-31T23:59:59.250"})", -750},
+        {R"({"StartTime":"2026-01-01T03:00","LocalTime":true})", 60 * minute},
+        {R"({"StartTime":"2026-01-01T03:00Z","LocalTime":true})", 180 * minute},
+    };
+    ScheduleTask task;
+    for (const auto& [info, next] : good) {
+        EXPECT_EQ(ReadTaskRequest(Body(info), now, TwoHoursEast, task), 0u) << info;
+        EXPECT_EQ(task.next - now, next) << info;
+    }
+    for (const char* info : {R"({"StartTime":"2026-02-30T00:00:00Z"})", R"({"StartTime":"tomorrow"})",
+                             R"({"StartTime":"2026-01-01T00:00:00Zx"})", R"({"Offset":"-5"})",
+                             R"({"Offset":"5m"})", R"({"Offset":"9223372036854775807"})", R"({"Every":-1})",
+                             R"({"Every":true})", R"({"Repetition":2,"DaysOfWeek":[1]})", "[]"}) {
+        EXPECT_EQ(ReadTaskRequest(Body(info), now, TwoHoursEast, task), 87u) << info;
+    }
+}
+
+TEST(Scheduler, MissedRunsCollapseAndKeepTheirBeat) {
+    ScheduleTask task;
+    task.next = now;
+    EXPECT_FALSE(Scheduler::AfterRun(task, now));
+    task.every = minute;
+    EXPECT_EQ(Scheduler::AfterRun(task, now)->next, now + minute);
+    EXPECT_EQ(Scheduler::AfterRun(task, now + minute)->next, now + 2 * minute);
+    EXPECT_EQ(Scheduler::AfterRun(task, now + 600 * minute + 1)->next, now + 601 * minute);
+}
+
+TEST(Scheduler, AClockSetBackDoesNotPostponeWhatStartedNow) {
+    Scheduler scheduler;
+    ScheduleTask fromNow, atMoment;
+    ReadTaskRequest(Body(R"({"Offset":"60"})"), now, TwoHoursEast, fromNow);
+    ReadTaskRequest(Body(R"({"StartTime":"2026-01-01T00:01:00Z"})"), now, TwoHoursEast, atMoment);
+    atMoment.id = u"u";
+    scheduler.Put(fromNow);
+    scheduler.Put(atMoment);
+    EXPECT_TRUE(scheduler.OverlongWaits(now).empty());
+    const auto shortened = scheduler.OverlongWaits(now - 500 * minute);
+    ASSERT_EQ(shortened.size(), 1u);
+    EXPECT_EQ(shortened[0].id, u"t");
+    EXPECT_EQ(shortened[0].next, now - 499 * minute);
+}
+
+class SchedulerServiceTest : public testing::Test {
+  protected:
+    uint32_t Request(const char16_t* name, const std::string& text) {
+        CMessageObject body;
+        EXPECT_TRUE(body.Parse(text)) << text;
+        return service->Handle(name, body);
+    }
+    uint32_t Add(const std::string& info, const std::string& further = "") {
+        return Request(u"SchedulerTaskAdd",
+                       R"({"ScheduleId":"t","Actions":{"A":{"EventSource":"own"},"n":1,"B":{"x":[]}},)" +
+                           further + R"("EventSource":"T","ScheduleInfo":)" + info + "}");
+    }
+    uint32_t Change(const char16_t* name, const std::string& id = "t") {
+        return Request(name, R"({"ScheduleId":")" + id + "\"}");
+    }
+    // Whether the task runs, with all its events; they bear its source if they have none of their own.
+    bool RunsAt(int64_t time) {
+        clock.SetUtc(time);
+        service->RunDue();
+        const auto raised = eventgate.Take();
+        if (raised.size() != 2) return false;
+        EXPECT_EQ(raised[0].first, R"({"A":{"EventSource":"own"}})");
+        EXPECT_EQ(raised[1].first, R"({"B":{"x":[],"EventSource":"T"}})");
+        return true;
+    }
+
+    test::TestClock clock{today};
+    test::FakeConfigUtil store;
+    test::RecordingEventgate eventgate;
+    WakeTimer timer;
+    std::optional<SchedulerService> service{std::in_place, store, eventgate, timer};
+};
+
+TEST_F(SchedulerServiceTest, AnExistingTaskIsReplacedOrKeptAndGoneAfterItsOneRun) {
+    EXPECT_EQ(Add(R"({"Offset":"60"})"), 0u);
+    EXPECT_EQ(Add(R"({"Offset":"5"})", R"("FailIfExists":true,)"), 183u);
+    EXPECT_FALSE(RunsAt(today + 5));
+    clock.SetUtc(today);
+    EXPECT_EQ(Add(R"({"Offset":"7"})", R"("FailIfExists":false,)"), 0u);
+    EXPECT_TRUE(store.Value(key));
+    EXPECT_FALSE(RunsAt(today + 6));
+    EXPECT_TRUE(RunsAt(today + 7));
+    EXPECT_FALSE(store.Value(key));
+    EXPECT_FALSE(RunsAt(today + 999));
+}
+
+TEST_F(SchedulerServiceTest, TasksAndTheirStateOutliveTheAgentAndOverdueOnesRunAtOnce) {
+    const auto restart = [this] {
+        service.emplace(store, eventgate, timer);
+        service->Restore({{key, *store.Value(key)}, {u"Scheduler.Tasks.odd", u"not a task"}});
+    };
+    EXPECT_EQ(Add(R"({"Every":60,"Offset":"60"})"), 0u);
+    EXPECT_EQ(Change(u"SchedulerTaskDisable"), 0u);
+    restart();
+    EXPECT_FALSE(RunsAt(today + 601));
+    EXPECT_EQ(Change(u"SchedulerTaskEnable"), 0u);
+    restart();
+    EXPECT_TRUE(RunsAt(today + 601));
+    restart();
+    EXPECT_FALSE(RunsAt(today + 659));
+    EXPECT_TRUE(RunsAt(today + 660));
+    EXPECT_EQ(Change(u"SchedulerTaskRemove"), 0u);
+    EXPECT_FALSE(store.Value(key));
+    EXPECT_FALSE(RunsAt(today + 720));
+}
+
+TEST_F(SchedulerServiceTest, BadRequestsAreRefused) {
+    for (const char16_t* name : {u"SchedulerTaskEnable", u"SchedulerTaskDisable", u"SchedulerTaskRemove"}) {
+        EXPECT_EQ(Change(name), 1168u);
+        EXPECT_EQ(Change(name, ""), 87u);
+    }
+    EXPECT_EQ(Request(u"SchedulerTaskAdd", R"({"ScheduleId":"t","ScheduleInfo":{},"Actions":{"A":1}})"), 87u);
+}
+
+TEST_F(SchedulerServiceTest, WhatTheStoreRefusesOrHasLostIsNotRun) {
+    store.FailWrites(1, 5);
+    EXPECT_EQ(Add(R"({"Offset":"1"})"), 5u);
+    EXPECT_FALSE(RunsAt(today + 60));
+
+    EXPECT_EQ(Add(R"({"Offset":"60"})"), 0u);
+    store.DeleteValue(key);
+    EXPECT_FALSE(RunsAt(today + 120));
+    EXPECT_EQ(Change(u"SchedulerTaskRemove"), 1168u);
+}
+
+}  // namespace
+}  // namespace orrery::agent
