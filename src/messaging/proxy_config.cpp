@@ -178,11 +178,14 @@ IProxySetting* CProxyConfig::GetUsedProxy(bool alternative) {
 bool CProxyConfig::SetUsedProxy(const IProxySetting* entry, bool alternative) {
     if (!wirelink || !configUtil) return false;
     const WideString key = UsedProxyKey(alternative);
+    if (!entry) return GetUsedProxy(alternative) && configUtil->DeleteValue(key) == 0;
+    // A copy, as the entry may be the one that the next line lets go.
+    IProxySetting* wanted = Copy(*entry);
     const IProxySetting* current = GetUsedProxy(alternative);
-    if (!entry) return current && configUtil->DeleteValue(key) == 0;
-    if (current && current->Equal(entry) && current->Fallback() == entry->Fallback()) return false;
-    const WideString text = WriteProxyRecord(RecordOf(*entry));
-    return !text.empty() && configUtil->WriteValue(key, text, 0) == 0;
+    const bool same = current && current->Equal(wanted) && current->Fallback() == wanted->Fallback();
+    const WideString text = WriteProxyRecord(RecordOf(*wanted));
+    Release(wanted);
+    return !same && !text.empty() && configUtil->WriteValue(key, text, 0) == 0;
 }
 
 void CProxyConfig::AttachToServiceClient(IServiceClient* client) {

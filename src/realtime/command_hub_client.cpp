@@ -72,13 +72,14 @@ bool CommandHubClient::ConnectLocked() {
 }
 
 // A connection that was lost while Connect held the lock: without this the state would tell of a conversation
-// that nobody ends, and no further attempt would be made.
+// that nobody ends, and no further attempt would be made. Both sides exchange: either this sees the mark of
+// an event that found the lock busy, or that event sees the lock free.
 void CommandHubClient::CleanUpMissedClose() {
-    std::atomic_thread_fence(std::memory_order_seq_cst);
-    if (!missedClose) return;
-    MutexLock hold(connectionLock);
-    // The late event of an earlier connection means nothing to the one that stands.
-    if (missedClose.exchange(false) && !IsConnected()) CleanUpLocked();
+    while (missedClose.exchange(false)) {
+        MutexLock hold(connectionLock);
+        // The late event of an earlier connection means nothing to the one that stands.
+        if (!IsConnected()) CleanUpLocked();
+    }
 }
 
 bool CommandHubClient::SendAs(State next, CommandHubType type) {
@@ -147,7 +148,7 @@ bool CommandHubClient::IsConnected() {
 }
 
 void CommandHubClient::OnConnect() {
-    if (connectHandler) connectHandler();
+    connectHandler.Call();
 }
 
 void CommandHubClient::OnMessage(const WideString& text) {
@@ -201,24 +202,23 @@ void CommandHubClient::OnWelcome(const CommandHubFrame& frame) {
 }
 
 void CommandHubClient::OnPush(const CommandHubFrame& frame) {
-    if (!messageHandler || !frame.HasParameters()) return;
+    if (!frame.HasParameters()) return;
     WideString topic;
     WideString message;
     frame.GetParameter(u"Topic", topic);
     frame.GetParameter(u"Message", message);
-    messageHandler(topic, message);
+    messageHandler.Call(topic, message);
 }
 
 void CommandHubClient::OnClose() {
-    missedClose = true;
-    std::atomic_thread_fence(std::memory_order_seq_cst);
+    missedClose.exchange(true);
     if (!connectionLock.try_lock()) {
-        if (closeHandler) closeHandler();
+        closeHandler.Call();
         return;
     }
     MutexLock hold(connectionLock, std::adopt_lock);
     if (missedClose.exchange(false)) CleanUpLocked();
-    if (closeHandler) closeHandler();
+    closeHandler.Call();
 }
 
 void CommandHubClient::StartKeepAliveThread() {

@@ -12,6 +12,7 @@
 #include "contracts/config_util.h"
 #include "platform/mutex.h"
 #include "realtime/callback_cell.h"
+#include "realtime/callback_slot.h"
 #include "realtime/command_hub_messages.h"
 #include "realtime/interfaces/i_push_service.h"
 
@@ -50,9 +51,9 @@ class CommandHubClient final : public IPushService {
     int32_t GetState() override { return state; }
     bool Subscribe(const std::vector<WideString>& topics) override;
     bool Unsubscribe(const std::vector<WideString>& topics) override;
-    void SetConnectHandler(ConnectHandler handler) override { connectHandler = std::move(handler); }
-    void SetMessageHandler(ServiceMessageHandler handler) override { messageHandler = std::move(handler); }
-    void SetCloseHandler(CloseHandler handler) override { closeHandler = std::move(handler); }
+    void SetConnectHandler(ConnectHandler handler) override { connectHandler.Set(std::move(handler)); }
+    void SetMessageHandler(ServiceMessageHandler handler) override { messageHandler.Set(std::move(handler)); }
+    void SetCloseHandler(CloseHandler handler) override { closeHandler.Set(std::move(handler)); }
 
     bool Register();
     bool Unregister();
@@ -84,9 +85,9 @@ class CommandHubClient final : public IPushService {
     std::atomic<int32_t> state{Closed};
     Mutex sessionLock;  // a leaf
     WideString sessionId GUARDED_BY(sessionLock);
-    ConnectHandler connectHandler;
-    ServiceMessageHandler messageHandler;
-    CloseHandler closeHandler;
+    CallbackSlot<void()> connectHandler;
+    CallbackSlot<void(const WideString&, const WideString&)> messageHandler;
+    CallbackSlot<void()> closeHandler;
     int64_t keepAliveInterval = 120;  // seconds, above 0
     std::unique_ptr<std::thread> keepAliveThread GUARDED_BY(connectionLock);
     bool stopKeepAlive GUARDED_BY(keepAliveLock) = false;

@@ -50,11 +50,11 @@ bool CPushManager::IsConnected() {
 }
 
 void CPushManager::OnConnect() {
-    if (connectHandler) connectHandler();
+    connectHandler.Call();
 }
 
 void CPushManager::OnClose() {
-    if (closeHandler) closeHandler();
+    closeHandler.Call();
 }
 
 std::shared_ptr<const CPushManager::Topics> CPushManager::PublishedTopics() {

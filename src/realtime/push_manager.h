@@ -11,6 +11,7 @@
 #include "contracts/config_util.h"
 #include "platform/mutex.h"
 #include "realtime/callback_cell.h"
+#include "realtime/callback_slot.h"
 #include "realtime/interfaces/i_push_manager.h"
 #include "realtime/interfaces/i_push_service.h"
 
@@ -38,8 +39,8 @@ class CPushManager final : public IPushManager {
     bool Start() override EXCLUDES(startLock);
     void Stop() override EXCLUDES(startLock);
     bool IsConnected() override;
-    void SetConnectHandler(ConnectHandler handler) override { connectHandler = std::move(handler); }
-    void SetCloseHandler(CloseHandler handler) override { closeHandler = std::move(handler); }
+    void SetConnectHandler(ConnectHandler handler) override { connectHandler.Set(std::move(handler)); }
+    void SetCloseHandler(CloseHandler handler) override { closeHandler.Set(std::move(handler)); }
     void OnConnect() override;
     void OnMessage(const WideString& topic, const WideString& message) override;
     void OnClose() override;
@@ -56,8 +57,8 @@ class CPushManager final : public IPushManager {
     Mutex subscriptionsLock;  // a leaf
     // Published whole, so that a push that comes while the list is made sees all of it or nothing.
     std::shared_ptr<const Topics> subscriptions GUARDED_BY(subscriptionsLock);
-    ConnectHandler connectHandler;
-    CloseHandler closeHandler;
+    CallbackSlot<void()> connectHandler;
+    CallbackSlot<void()> closeHandler;
     Mutex startLock;
     IDispatcherHelper* const dispatcher;
     const std::shared_ptr<PushManagerCell> selfCell;

@@ -21,7 +21,6 @@ namespace orrery {
 
 namespace {
 
-constexpr uint64_t stopTimeout = 30'000;  // milliseconds
 constexpr uint64_t millisecondsPerSecond = 1000;
 constexpr int32_t oldestFamily = 2;  // systems before version 6.0 have no channel
 
@@ -66,6 +65,7 @@ class CRealtimeManager::Worker {
         return platform::WaitForAny(events, milliseconds) == 0;
     }
     bool HasEnded() const { return ended.IsSet(); }
+    bool IsStopped() const { return stopEvent.IsSet(); }
 
     platform::Event stopEvent;
     std::atomic<bool> bindOnStop{true};  // the last act sends the bind event
@@ -82,12 +82,13 @@ class CRealtimeManager::Worker {
 };
 
 CRealtimeManager::CRealtimeManager(ITracebox* tracebox, ConfigUtil* store, IDispatcherHelper* dispatcher,
-                                   IPushChainFactory& chain)
+                                   IPushChainFactory& chain, uint64_t stopTimeout)
     : config(store ? store : GetConfigUtil()),
       tracebox(tracebox),
       retry([this](const WideString& interval) { return EvaluateInterval(interval); }),
       dispatcher(dispatcher),
-      chain(chain) {
+      chain(chain),
+      stopTimeout(stopTimeout) {
     if (!config) throw std::invalid_argument("configUtil");
     WideString folder;
     GetUtilsFolder(folder);
@@ -350,6 +351,9 @@ bool CRealtimeManager::SendDeviceBind(bool force) {
 }
 
 void CRealtimeManager::OnPushConnected() {
+    // A connection that comes to stand after Stop goes at once: to tell of it would be wrong twice, as the
+    // bind event of the stop would then be missing.
+    if (chainOwner && chainOwner->IsStopped()) return;
     const bool checkCommands = !retry.bindPending.exchange(false);
     SendDeviceBind(true);
     SendConnectivityTest(checkCommands);

@@ -29,9 +29,10 @@ class CRealtimeManager final : public IConfigChangeObserver {
   public:
     // A null `config` is replaced by the process's store; `chain` makes the members of the push chain. Throws
     // std::invalid_argument: "configUtil" without a store, "wirelink" without the transport; std::bad_alloc
-    // if the system has no events left. `dispatcher` and `chain` outlive the manager.
+    // if the system has no events left. `dispatcher` and `chain` outlive the manager. `stopTimeout`:
+    // milliseconds for which Stop waits.
     CRealtimeManager(ITracebox* tracebox, ConfigUtil* config, IDispatcherHelper* dispatcher,
-                     IPushChainFactory& chain = RealPushChain());
+                     IPushChainFactory& chain = RealPushChain(), uint64_t stopTimeout = 30'000);
     ~CRealtimeManager() override;
     CRealtimeManager(const CRealtimeManager&) = delete;
     CRealtimeManager& operator=(const CRealtimeManager&) = delete;
@@ -39,7 +40,7 @@ class CRealtimeManager final : public IConfigChangeObserver {
     void OnConfigChange(const char16_t* section, const char16_t* group, const char16_t* name,
                         const char16_t* value1, const char16_t* value2) override;
     virtual bool Start() EXCLUDES(lifecycleLock);
-    // `silent`: no bind event follows. Waits for the thread for at most 30 seconds; one that takes longer
+    // `silent`: no bind event follows. Waits for the thread for at most `stopTimeout`; one that takes longer
     // ends by itself.
     virtual void Stop(bool silent) EXCLUDES(lifecycleLock);
     // False only without a push manager.
@@ -111,6 +112,7 @@ class CRealtimeManager final : public IConfigChangeObserver {
     bool watcherStarted GUARDED_BY(pushLock) = false;
     IDispatcherHelper* const dispatcher;
     IPushChainFactory& chain;
+    const uint64_t stopTimeout;
 };
 
 }  // namespace orrery

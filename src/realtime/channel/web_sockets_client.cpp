@@ -6,6 +6,8 @@
 #include <exception>
 #include <mutex>
 #include <stdexcept>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "foundation/config_helper.h"
@@ -32,6 +34,15 @@ void LimitLibraryPool() {
             Trace::Warning("the library's pool exists already", failure.what());
         }
     });
+}
+
+// A task that fails and that nobody looks at ends the process.
+void ObserveEnd(const pplx::task<void>& task) {
+    try {
+        task.wait();
+    } catch (const std::exception& failure) {
+        Trace::Error("closing failed", failure.what());
+    }
 }
 
 ws::websocket_client_config Configuration(const ProxyCandidate& candidate, bool validateCertificates) {
@@ -66,6 +77,12 @@ class WebSocketsClient::Attempt {
         MutexLock hold(lock);
         closed = true;
         return accepted;
+    }
+
+    // The owner has another connection, or none: a late close is not its business any more.
+    void Disown() EXCLUDES(lock) {
+        MutexLock hold(lock);
+        accepted = false;
     }
 
     void Mute() { muted = true; }
@@ -199,12 +216,14 @@ bool WebSocketsClient::TryConnection(const ProxyCandidate& candidate) {
         Trace::Error("an attempt failed", candidate.address, failure.what(), failure.error_code().value());
     } catch (const std::exception& failure) {
         Trace::Error("an attempt failed", candidate.address, failure.what());
+    } catch (...) {
+        Trace::Error("an attempt failed", candidate.address);
     }
     return connected;
 }
 
 void WebSocketsClient::OnConnect() {
-    if (connectHandler) connectHandler();
+    connectHandler.Call();
 }
 
 bool WebSocketsClient::Send(const WideString& text) {
@@ -234,16 +253,20 @@ void WebSocketsClient::Close() {
     if (state == ChannelClosed) return;
     client->attempt->Mute();
     try {
-        client->client.close(ws::websocket_close_status::normal, {})
-            .then([this] { state = ChannelClosed; })
-            .wait();
+        const auto closing = client->client.close(ws::websocket_close_status::normal, {});
+        // On a callback of its own the library would wait for itself: there the close event tells the end.
+        if (selfCell->CallerIsInside()) {
+            closing.then(ObserveEnd);
+        } else {
+            closing.then([this] { state = ChannelClosed; }).wait();
+        }
     } catch (const std::exception& failure) {
         Trace::Error("closing failed", failure.what());
     }
 }
 
 void WebSocketsClient::OnMessage(const WideString& text) {
-    if (messageHandler) messageHandler(text);
+    messageHandler.Call(text);
 }
 
 void WebSocketsClient::OnClose(int32_t status, const std::string& reason, int32_t errorCode) {
@@ -253,11 +276,18 @@ void WebSocketsClient::OnClose(int32_t status, const std::string& reason, int32_
     } else {
         Trace::Error("closed", status, reason, errorCode);
     }
-    if (closeHandler) closeHandler();
+    closeHandler.Call();
 }
 
 void WebSocketsClient::CleanupConnection() {
     MutexLock hold(clientLock);
+    if (!client) return;
+    client->attempt->Disown();
+    // On a callback of its own the library's client would wait for itself. The thread ends when the library
+    // has closed, which takes it 10 seconds at most.
+    if (selfCell->CallerIsInside()) {
+        std::thread([gone = std::move(client)]() mutable { gone.reset(); }).detach();
+    }
     client.reset();
 }
 

@@ -13,6 +13,7 @@
 #include "contracts/wirelink.h"
 #include "platform/mutex.h"
 #include "realtime/callback_cell.h"
+#include "realtime/callback_slot.h"
 #include "realtime/interfaces/i_push_channel.h"
 
 namespace orrery {
@@ -35,9 +36,9 @@ class WebSocketsClient final : public IPushChannel {
     void Close() override EXCLUDES(clientLock);
     int32_t GetState() override { return state; }
     bool Send(const WideString& text) override EXCLUDES(clientLock);
-    void SetConnectHandler(ConnectHandler handler) override { connectHandler = std::move(handler); }
-    void SetMessageHandler(ChannelMessageHandler handler) override { messageHandler = std::move(handler); }
-    void SetCloseHandler(CloseHandler handler) override { closeHandler = std::move(handler); }
+    void SetConnectHandler(ConnectHandler handler) override { connectHandler.Set(std::move(handler)); }
+    void SetMessageHandler(ChannelMessageHandler handler) override { messageHandler.Set(std::move(handler)); }
+    void SetCloseHandler(CloseHandler handler) override { closeHandler.Set(std::move(handler)); }
 
     void OnConnect();
     void OnMessage(const WideString& text);
@@ -58,9 +59,9 @@ class WebSocketsClient final : public IPushChannel {
     const WideString uri;
     IProxyList* const proxyList;
     std::atomic<int32_t> state{ChannelClosed};
-    ChannelMessageHandler messageHandler;
-    ConnectHandler connectHandler;
-    CloseHandler closeHandler;
+    CallbackSlot<void(const WideString&)> messageHandler;
+    CallbackSlot<void()> connectHandler;
+    CallbackSlot<void()> closeHandler;
     std::unique_ptr<LibraryClient> client GUARDED_BY(clientLock);
     Mutex clientLock;
     const std::shared_ptr<Cell> selfCell;
