@@ -259,6 +259,9 @@ TEST_F(StoreTest, WritersOfTwoProcessesAreHeardByBoth) {
     writer.acknowledged = 0;
     for (int n = 0; n < 100; ++n) ASSERT_EQ(store.WriteValue(u"Test.Own." + Number(n), u"v", 0), 0u);
     EXPECT_TRUE(test::Eventually([&] { return writer.acknowledged == 500; }));
+    // Several foreign writes of one key between two looks are heard as one.
+    for (Store* one : {&store, &other})
+        EXPECT_TRUE(test::Eventually([&] { return Read(*one, u"Test.Writer.500") == u"500"; }));
     other.DeleteValue(u"Test.Writer.500");
     const Lines heard = recorder.Take("Test|Writer|500: 500->");
     EXPECT_EQ(heard.size(), 601u);
