@@ -3,11 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <memory>
 #include <set>
 
 #include "platform/error_codes.h"
-#include "standins/prefstore/interval.h"
 
 namespace orrery::prefstore {
 
@@ -27,14 +25,6 @@ Store::~Store() {
     notifier.join();
 }
 
-uint32_t Store::GetValue(const WideString& key, const WideString** value, uint32_t flags) {
-    if (value == nullptr) return InvalidParameter;
-    auto copy = std::make_unique<WideString>();
-    const uint32_t result = ReadValue(key, *copy, flags);
-    if (result == Success) *value = copy.release();
-    return result;
-}
-
 uint32_t Store::ReadValue(const WideString& key, WideString& value, uint32_t) {
     if (!isOpen) return AccessDenied;
     if (!SplitKey(key)) return InvalidParameter;
@@ -45,50 +35,12 @@ uint32_t Store::ReadValue(const WideString& key, WideString& value, uint32_t) {
     return Success;
 }
 
-uint32_t Store::ReadValueParts(const char16_t* section, const char16_t* group, const char16_t* name,
-                               char16_t* buffer, uint32_t* size, uint32_t flags) {
-    const auto key = JoinKey(section, group, name);
-    if (!key || buffer == nullptr || size == nullptr) return InvalidParameter;
-    WideString value;
-    const uint32_t result = ReadValue(*key, value, flags);
-    if (result != Success) return result;
-    const uint32_t capacity = std::exchange(*size, static_cast<uint32_t>(value.size()));
-    if (value.size() >= capacity) return NotEnoughMemory;
-    std::copy_n(value.c_str(), value.size() + 1, buffer);
-    return Success;
-}
-
-uint32_t Store::WriteValue(const WideString& key, const WideString& value, uint32_t) {
-    return Change(key, &value);
-}
-
-uint32_t Store::WriteValueParts(const char16_t* section, const char16_t* group, const char16_t* name,
-                                const char16_t* value, uint32_t flags) {
-    const auto key = JoinKey(section, group, name);
-    if (!key || value == nullptr) return InvalidParameter;
-    return WriteValue(*key, value, flags);
-}
-
-uint32_t Store::DeleteValue(const WideString& key) {
-    return Change(key, nullptr);
-}
-
-void Store::ReleaseValue(const WideString** value) {
-    if (value == nullptr) return;
-    delete *value;
-    *value = nullptr;
-}
-
 uint32_t Store::Subscribe(const char16_t* section, IConfigChangeObserver* observer) {
     return isOpen ? notifications.Subscribe(section, observer) : static_cast<uint32_t>(AccessDenied);
 }
 
 uint32_t Store::Unsubscribe(const char16_t* section, IConfigChangeObserver* observer) {
     return isOpen ? notifications.Unsubscribe(section, observer) : static_cast<uint32_t>(AccessDenied);
-}
-
-uint32_t Store::EvaluateInterval(const WideString& text, uint32_t& seconds) {
-    return prefstore::EvaluateInterval(text, seconds);
 }
 
 uint32_t Store::List(const WideString& prefix, std::vector<std::pair<WideString, WideString>>& found) {
@@ -108,8 +60,6 @@ const char* Store::Problem() {
 
 uint32_t Store::Change(const WideString& key, const WideString* value) {
     if (!isOpen) return AccessDenied;
-    if (!SplitKey(key) || (value != nullptr && value->find(u'\0') != WideString::npos))
-        return InvalidParameter;
     MutexLock lock(diskMutex);
     const uint32_t followed = FollowFileLocked();
     if (followed != Success) return followed;

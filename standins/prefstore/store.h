@@ -15,17 +15,17 @@
 #include <utility>
 #include <vector>
 
-#include "contracts/config_util.h"
 #include "contracts/settings_listing.h"
 #include "platform/mutex.h"
 #include "standins/prefstore/change_watch.h"
+#include "standins/prefstore/config_front.h"
 #include "standins/prefstore/database.h"
 #include "standins/prefstore/notifications.h"
 #include "standins/prefstore/setting_key.h"
 
 namespace orrery::prefstore {
 
-class Store final : public ConfigUtil, public ISettingsListing {
+class Store final : public ConfigFront, public ISettingsListing {
   public:
     // `folder` is a native path, made if it is missing. A store that could not be opened answers every
     // operation with AccessDenied, and Problem() tells why.
@@ -35,18 +35,9 @@ class Store final : public ConfigUtil, public ISettingsListing {
 
     bool IsOpen() const { return isOpen; }
 
-    uint32_t GetValue(const WideString& key, const WideString** value, uint32_t flags) override;
     uint32_t ReadValue(const WideString& key, WideString& value, uint32_t flags) override;
-    uint32_t ReadValueParts(const char16_t* section, const char16_t* group, const char16_t* name,
-                            char16_t* buffer, uint32_t* size, uint32_t flags) override;
-    uint32_t WriteValue(const WideString& key, const WideString& value, uint32_t flags) override;
-    uint32_t WriteValueParts(const char16_t* section, const char16_t* group, const char16_t* name,
-                             const char16_t* value, uint32_t flags) override;
-    uint32_t DeleteValue(const WideString& key) override;
-    void ReleaseValue(const WideString** value) override;
     uint32_t Subscribe(const char16_t* section, IConfigChangeObserver* observer) override;
     uint32_t Unsubscribe(const char16_t* section, IConfigChangeObserver* observer) override;
-    uint32_t EvaluateInterval(const WideString& text, uint32_t& seconds) override;
 
     uint32_t List(const WideString& prefix,
                   std::vector<std::pair<WideString, WideString>>& settings) override;
@@ -55,8 +46,7 @@ class Store final : public ConfigUtil, public ISettingsListing {
   private:
     using Settings = std::map<WideString, WideString, KeyLess>;
 
-    // A null value deletes.
-    uint32_t Change(const WideString& key, const WideString* value);
+    uint32_t Change(const WideString& key, const WideString* value) override;
     uint32_t OpenLocked() REQUIRES(diskMutex);
     // Follows the file if it was replaced, as when a backup is put in its place.
     uint32_t FollowFileLocked() REQUIRES(diskMutex);

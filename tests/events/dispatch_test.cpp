@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "events/dispatch/dispatcher_helper.h"
-#include "events/dispatch/event_control.h"
 #include "events/dispatch/scheduler_helper.h"
 #include "platform/error_codes.h"
 #include "support/test_environment.h"
@@ -57,19 +56,6 @@ TEST_F(Dispatch, EventsOfOneSequenceBearItsStamps) {
               u"[" + first + u",{\"N\":{\"EventId\":\"" + id + u"\",\"EventSource\":\"s\"}}]");
 }
 
-TEST_F(Dispatch, TaskWithoutAnIdGetsOne) {
-    CMessageObject request;
-    std::string text;
-    const CScheduleInfo info{3, 1, {9}, {1, 2}, 0, true};
-    EXPECT_EQ(scheduler.BuildTaskAdd(request, Parsed(R"({"E":{}})"), u"0", u"t", {}, {}, info), 0U);
-    EXPECT_TRUE(request.SerializeUtf8(text) && text.starts_with(R"({"SchedulerTaskAdd":{"ScheduleId":"{)"))
-        << text;
-    EXPECT_TRUE(
-        text.ends_with(R"("ScheduleInfo":{"LocalTime":true,"StartTime":"t","Repetition":3,"Position":1,)"
-                       R"("DaysOfWeek":[1,2]},"Actions":{"E":{}}}})"))
-        << text;
-}
-
 TEST_F(Dispatch, RetryIsFoundByTheEventApartFromItsStamps) {
     WideString hash, other;
     const auto plain = Parsed(R"({"Work":{"a":{"EventId":"kept"}}})");
@@ -87,16 +73,6 @@ TEST_F(Dispatch, RetryIsFoundByTheEventApartFromItsStamps) {
     const std::string removal =
         R"({"SchedulerTaskRemove":{"ScheduleId":"Retry Work )" + ToUtf8(hash) + "\"}}";
     EXPECT_EQ(environment.eventgate.Take(), (Events{{removal, true}, {"{}", true}}));
-}
-
-TEST(EventControl, ExcludesByItsMode) {
-    CEventControl refusing(ControlRefuse), waiting(ControlWait), open(ControlNothing), unknown(3);
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_TRUE(refusing.Acquire() && !refusing.Acquire() && waiting.Acquire());
-        refusing.Release();
-        waiting.Release();
-    }
-    EXPECT_TRUE(open.Acquire() && open.Acquire() && !unknown.Acquire());
 }
 
 }  // namespace

@@ -217,20 +217,5 @@ TEST_F(RunningHub, HoldsAThousandDevices) {
     EXPECT_LT(Clock::now() - began, std::chrono::seconds(30));
 }
 
-TEST(HubServer, SaysGoodbyeWhenItStops) {
-    HubServer server(AnyPort(1), {});
-    std::thread thread([&] { server.Run(); });
-    HubClient device(server.Port()), idle(server.Port());
-    EXPECT_EQ(device.Upgrade(), 101);
-    device.SendFrame(DeviceFrame(10, "a"));
-    device.Receive();
-    EXPECT_EQ(device.Receive(), (Received{Text, R"({"Type":2})", 0}));
-    const auto began = Clock::now();
-    server.Stop();
-    EXPECT_EQ(device.Receive().code, 1001);
-    thread.join();
-    EXPECT_LT(Clock::now() - began, std::chrono::seconds(1));
-}
-
 }  // namespace
 }  // namespace orrery::hub

@@ -63,7 +63,6 @@ class ProxyConfigTest : public testing::Test {
         TestEnvironment::Get().Reset();
         config.Set(u"Register.Register.DeviceId", u"own");
     }
-    ~ProxyConfigTest() override { EXPECT_EQ(config.Held(), 0U); }
 
     FakeConfigUtil& config = TestEnvironment::Get().config;
     wirelink::Wirelink wirelink;

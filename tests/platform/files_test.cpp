@@ -1,11 +1,10 @@
-// What of the platform works on files: files themselves, the registry, tracing.
+// What of the platform works on files: files themselves and the registry.
 #include "platform/files.h"
 
 #include <gmock/gmock.h>
 
 #include "platform/registry.h"
 #include "platform/text.h"
-#include "platform/tracing.h"
 #include "support/temporary_folder.h"
 
 namespace orrery::platform {
@@ -31,24 +30,6 @@ TEST(Files, FoldersAndFilesAreTheOwnersAlone) {
     EXPECT_EQ(folder.Read("made/\xC3\xA4.txt"), "onetwo");
     EXPECT_EQ(ModeOf(made), perms::owner_all);
     EXPECT_EQ(ModeOf(file), perms::owner_read | perms::owner_write);
-}
-
-TEST(Tracing, RecordsAreAppendedOneLineEach) {
-    TemporaryFolder folder;
-    folder.Write("trace", "before\n");
-    folder.SetEnvironment("ORRERY_TRACE", "5,0x3," + folder.PathOf("trace"));
-    static std::string enabled;
-    RegisterTraceProvider([](uint8_t level, uint32_t flags) {
-        enabled += std::to_string(level) + "," + std::to_string(flags) + ";";
-    });
-    WriteTraceRecord("channel.cpp", 42, 2, "two\r\nlines");
-    WriteTraceRecord("channel.cpp", 43, 2, std::string(8193, 'x'));
-    UnregisterTraceProvider();
-    WriteTraceRecord("channel.cpp", 44, 2, "nobody listens");
-    EXPECT_EQ(enabled, "5,3;0,0;");
-    EXPECT_THAT(folder.Read("trace"),
-                testing::MatchesRegex("before\n....-..-..T..:..:..[.]...Z [0-9]+ 2 channel.cpp:42 "
-                                      "two\\\\r\\\\nlines\n"));
 }
 
 constexpr const char* contents =

@@ -21,7 +21,7 @@ struct Plugin : testing::Test {
     }
     ~Plugin() override {
         EXPECT_EQ(environment.tracebox.uses + environment.eventgate.uses, 0);
-        EXPECT_EQ(environment.config.Subscriptions() + environment.config.Held(), 0U);
+        EXPECT_EQ(environment.config.Subscriptions(), 0U);
     }
 
     static IPluginInterface* Interface(IPluginV1* container) {

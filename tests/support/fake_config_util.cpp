@@ -1,14 +1,11 @@
 #include "support/fake_config_util.h"
 
 #include <algorithm>
-#include <memory>
 
 #include "platform/text.h"
-#include "standins/prefstore/interval.h"
 
 namespace orrery::test {
 
-using prefstore::JoinKey;
 using prefstore::SplitKey;
 
 void FakeConfigUtil::Set(const WideString& key, const WideString& value) {
@@ -36,11 +33,6 @@ void FakeConfigUtil::FailWrites(uint32_t count, uint32_t code) {
 void FakeConfigUtil::FailReadsOf(const WideString& key) {
     MutexLock lock(mutex);
     state.failingReads.insert(key);
-}
-
-void FakeConfigUtil::AnswerInterval(uint32_t result, uint32_t seconds) {
-    MutexLock lock(mutex);
-    state.intervals.emplace_back(result, seconds);
 }
 
 void FakeConfigUtil::Notify(const WideString& key, const WideString& before, const WideString& after) {
@@ -71,30 +63,9 @@ uint32_t FakeConfigUtil::Writes() const {
     return state.writes;
 }
 
-std::vector<WideString> FakeConfigUtil::IntervalTexts() const {
-    MutexLock lock(mutex);
-    return state.intervalTexts;
-}
-
-size_t FakeConfigUtil::Held() const {
-    MutexLock lock(mutex);
-    return state.held;
-}
-
 size_t FakeConfigUtil::Subscriptions() const {
     MutexLock lock(mutex);
     return state.subscriptions.size();
-}
-
-uint32_t FakeConfigUtil::GetValue(const WideString& key, const WideString** value, uint32_t flags) {
-    if (value == nullptr) return InvalidParameter;
-    auto copy = std::make_unique<WideString>();
-    const uint32_t result = ReadValue(key, *copy, flags);
-    if (result != Success) return result;
-    *value = copy.release();
-    MutexLock lock(mutex);
-    ++state.held;
-    return Success;
 }
 
 uint32_t FakeConfigUtil::ReadValue(const WideString& key, WideString& value, uint32_t) {
@@ -106,42 +77,6 @@ uint32_t FakeConfigUtil::ReadValue(const WideString& key, WideString& value, uin
     if (found == state.settings.end()) return NotFound;
     value = found->second;
     return Success;
-}
-
-uint32_t FakeConfigUtil::ReadValueParts(const char16_t* section, const char16_t* group, const char16_t* name,
-                                        char16_t* buffer, uint32_t* size, uint32_t flags) {
-    const auto key = JoinKey(section, group, name);
-    if (!key || buffer == nullptr || size == nullptr) return InvalidParameter;
-    WideString value;
-    const uint32_t result = ReadValue(*key, value, flags);
-    if (result != Success) return result;
-    const uint32_t capacity = std::exchange(*size, static_cast<uint32_t>(value.size()));
-    if (value.size() >= capacity) return NotEnoughMemory;
-    std::copy_n(value.c_str(), value.size() + 1, buffer);
-    return Success;
-}
-
-uint32_t FakeConfigUtil::WriteValue(const WideString& key, const WideString& value, uint32_t) {
-    return Change(key, &value);
-}
-
-uint32_t FakeConfigUtil::WriteValueParts(const char16_t* section, const char16_t* group, const char16_t* name,
-                                         const char16_t* value, uint32_t flags) {
-    const auto key = JoinKey(section, group, name);
-    if (!key || value == nullptr) return InvalidParameter;
-    return WriteValue(*key, value, flags);
-}
-
-uint32_t FakeConfigUtil::DeleteValue(const WideString& key) {
-    return Change(key, nullptr);
-}
-
-void FakeConfigUtil::ReleaseValue(const WideString** value) {
-    if (value == nullptr || *value == nullptr) return;
-    delete *value;
-    *value = nullptr;
-    MutexLock lock(mutex);
-    --state.held;
 }
 
 uint32_t FakeConfigUtil::Subscribe(const char16_t* section, IConfigChangeObserver* observer) {
@@ -162,19 +97,7 @@ uint32_t FakeConfigUtil::Unsubscribe(const char16_t* section, IConfigChangeObser
     return removed != 0 ? Success : NotFound;
 }
 
-uint32_t FakeConfigUtil::EvaluateInterval(const WideString& text, uint32_t& seconds) {
-    MutexLock lock(mutex);
-    state.intervalTexts.push_back(text);
-    if (state.intervals.empty()) return prefstore::EvaluateInterval(text, seconds);
-    const auto [result, answer] = state.intervals.front();
-    state.intervals.pop_front();
-    if (result == Success) seconds = answer;
-    return result;
-}
-
 uint32_t FakeConfigUtil::Change(const WideString& key, const WideString* value) {
-    if (!SplitKey(key) || (value != nullptr && value->find(u'\0') != WideString::npos))
-        return InvalidParameter;
     WideString spelling = key;
     WideString before;
     {

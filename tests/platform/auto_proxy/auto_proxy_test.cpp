@@ -82,15 +82,6 @@ TEST_F(AutoProxy, UrlThatCouldLeaveItsQuotesIsRefused) {
     }
 }
 
-TEST_F(AutoProxy, MissingHelperIsReportedForThisThreadOnly) {
-    folder.SetEnvironment("ORRERY_PAC_HELPER", "/nonexistent/helper");
-    WideString pacUrl = untouched;
-    EXPECT_EQ(OpenAutoProxySession(), nullptr);
-    EXPECT_EQ(LastAutoProxyError(), static_cast<uint32_t>(ENOENT));
-    EXPECT_FALSE(DetectAutoProxyConfigUrl(DetectByDns, pacUrl));
-    std::thread([] { EXPECT_EQ(LastAutoProxyError(), 0u); }).join();
-}
-
 TEST(PacAnswer, GivesFirstUsableProxy) {
     const std::pair<const char*, const char*> good[] = {
         {"PROXY a:1; PROXY b:2; DIRECT", "a:1"},

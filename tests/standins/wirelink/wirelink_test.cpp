@@ -24,26 +24,6 @@ class Observer final : public IProxyUsedObserver {
     const std::function<void(IProxySetting*)> onCall;
 };
 
-TEST(ProxyNotifierTest, ReportsInOrderAndSurvivesAnObserverThatThrows) {
-    ProxyNotifier notifier;
-    std::latch second(1);
-    bool firstSeen = false;
-    Observer observer([&](IProxySetting* proxy) {
-        if (proxy) {
-            firstSeen = proxy->Mode() == ProxyExplicit;
-            throw std::runtime_error("observer");
-        }
-        notifier.SetObserver(nullptr);  // from its own call: doesn't wait
-        second.count_down();
-    });
-    notifier.Report(nullptr);  // nobody observes: gone
-    notifier.SetObserver(&observer);
-    notifier.Report(std::make_unique<ProxySetting>(ProxyValues{.mode = ProxyExplicit}));
-    notifier.Report(nullptr);
-    second.wait();
-    EXPECT_TRUE(firstSeen);
-}
-
 TEST(ProxyNotifierTest, RemovalWaitsForTheCallInFlight) {
     test::HeldCall call;
     Observer observer([&](IProxySetting*) { call.Stay(); });
