@@ -6,9 +6,11 @@ device=demo-device
 site=demo-site
 hub_pid=
 agent_pid=
+viewer_pids=()
 
 leave_stage() {
   trap - EXIT INT TERM
+  [ ${#viewer_pids[@]} = 0 ] || kill "${viewer_pids[@]}" 2>/dev/null || true
   [ -z "$agent_pid" ] || kill "$agent_pid" 2>/dev/null || true
   [ -z "$hub_pid" ] || kill "$hub_pid" 2>/dev/null || true
   wait 2>/dev/null || true
