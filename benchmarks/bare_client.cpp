@@ -10,7 +10,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     bench::LimitPool();
-    const bench::BareReceiver receiver(argv[1], argv[2], [] {});
+    const bench::BareReceiver receiver(argv[1], argv[2], bench::Taking::Directly, [] {});
     std::cout << "connected" << std::endl;
     for (std::string line; std::getline(std::cin, line);) {
     }

@@ -15,11 +15,16 @@ void LimitPool() {
     crossplat::threadpool::initialize_with_threads(2);
 }
 
-BareReceiver::BareReceiver(const std::string& uri, const std::string& device, std::function<void()> onFrame)
+BareReceiver::BareReceiver(const std::string& uri, const std::string& device, Taking taking,
+                           std::function<void()> onFrame)
     : client(std::make_unique<Client>()) {
-    client->library.set_message_handler([onFrame](const ws::websocket_incoming_message& message) {
-        message.extract_string().get();
-        onFrame();
+    client->library.set_message_handler([taking, onFrame](const ws::websocket_incoming_message& message) {
+        if (taking == Taking::Directly) {
+            message.extract_string().get();
+            onFrame();
+        } else {
+            message.extract_string().then([&onFrame](const std::string&) { onFrame(); }).wait();
+        }
     });
     client->library.connect(web::uri(uri)).wait();
     for (const std::string& frame :

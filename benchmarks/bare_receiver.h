@@ -11,10 +11,15 @@ namespace bench {
 // The library's pool, as the module sets it. Before the first client.
 void LimitPool();
 
+// How a frame's text is taken from the library: at once, on its thread; or by a continuation, as its
+// documentation shows, which the handler waits for so that frames stay in order.
+enum class Taking { Directly, ByContinuation };
+
 class BareReceiver {
   public:
-    // `onFrame` is called for each frame, the server's own included, on the library's thread.
-    BareReceiver(const std::string& uri, const std::string& device, std::function<void()> onFrame);
+    // `onFrame` is called for each frame, the server's own included, on one of the library's threads.
+    BareReceiver(const std::string& uri, const std::string& device, Taking taking,
+                 std::function<void()> onFrame);
     ~BareReceiver();
 
   private:

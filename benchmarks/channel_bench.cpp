@@ -65,10 +65,10 @@ void WriteBody(const std::string& file, const std::string& device) {
     std::ofstream(file) << body.dump();
 }
 
-double BareRate(const std::string& hub, const std::string& bodyFile) {
+double BareRate(const std::string& hub, const std::string& bodyFile, bench::Taking taking) {
     bench::ArrivalClock clock(pushes);
     std::atomic<bool> pushing{false};  // the welcome isn't counted
-    const bench::BareReceiver receiver("ws://" + hub + "/commandhub", "bare", [&] {
+    const bench::BareReceiver receiver("ws://" + hub + "/commandhub", "bare", taking, [&] {
         if (pushing) clock.Count();
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -106,9 +106,11 @@ int main(int argc, char** argv) {
     bench::LimitPool();
     nlohmann::json result = nlohmann::json::array();
     for (int round = 0; round < rounds; ++round) {
-        const double bare = BareRate(hub, folder + "/bare.json");
-        const double module = ModuleRate(hub, folder + "/module.json");
-        result.push_back({{"bare", bare}, {"ours", module}});
+        const std::string bareBody = folder + "/bare.json";
+        const double direct = BareRate(hub, bareBody, bench::Taking::Directly);
+        const double continued = BareRate(hub, bareBody, bench::Taking::ByContinuation);
+        const double ours = ModuleRate(hub, folder + "/module.json");
+        result.push_back({{"direct", direct}, {"continued", continued}, {"ours", ours}});
     }
     std::cout << result.dump() << '\n';
     return 0;
