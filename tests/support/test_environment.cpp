@@ -12,11 +12,6 @@ namespace fs = std::filesystem;
 // Before main, so that nobody asks for the store earlier.
 [[maybe_unused]] const TestEnvironment& atStart = TestEnvironment::Get();
 
-fs::path MakeRoot() {
-    std::string name = (fs::temp_directory_path() / "orrery-test-XXXXXX").string();
-    return ::mkdtemp(name.data());
-}
-
 }  // namespace
 
 TestEnvironment& TestEnvironment::Get() {
@@ -24,15 +19,10 @@ TestEnvironment& TestEnvironment::Get() {
     return environment;
 }
 
-TestEnvironment::TestEnvironment() : root(MakeRoot()) {
+TestEnvironment::TestEnvironment() : root(folder.PathOf("agent")) {
     ::setenv("ORRERY_REGISTRY", (root / "registry.reg").c_str(), 1);
     ::setenv("ORRERY_DATA", (root / "Data").c_str(), 1);
     Reset();
-}
-
-TestEnvironment::~TestEnvironment() {
-    std::error_code ignored;
-    fs::remove_all(root, ignored);
 }
 
 void TestEnvironment::Reset() {

@@ -8,6 +8,7 @@
 
 #include "support/fake_config_util.h"
 #include "support/recording_services.h"
+#include "support/temporary_folder.h"
 
 namespace orrery::test {
 
@@ -24,14 +25,17 @@ class TestEnvironment {
     // The text of the registry file; it isn't completed.
     void WriteRegistry(const std::string& text);
 
-    std::filesystem::path root;  // the install folder; the data folder is `root`/Data
+  private:
+    TemporaryFolder folder;
+
+  public:
+    const std::filesystem::path root;  // the install folder; the data folder is `root`/Data
     FakeConfigUtil config;
     RecordingEventgate eventgate;
     RecordingTracebox tracebox;
 
   private:
     TestEnvironment();
-    ~TestEnvironment();
 };
 
 }  // namespace orrery::test
