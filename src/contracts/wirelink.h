@@ -5,13 +5,41 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
+#include "contracts/calendar_time.h"
 #include "contracts/wide_string.h"
 
 namespace orrery {
 
-struct AuthorizationInfo;
-struct TransportResponse;
+// What a request is signed with.
+struct AuthorizationInfo {
+    uint32_t version = 0;    // 1 for "ZWS", 2 for "ZWS2"
+    CalendarTime timestamp;  // UTC, of the signature; all zero leaves it to the transport's clock
+    std::string secret;      // UTF-8
+    WideString service;      // "ZWS" or "ZWS2"
+    WideString authorizationId;
+    bool forWebApi = false;  // false for the service clients
+    uint8_t reserved[8] = {};
+};
+
+// What Receive fills. The pointers are the transport's until FreeResponse.
+struct TransportResponse {
+    uint32_t size = 0;  // transportResponseSize once initialised
+    uint32_t unused = 0;
+    uint32_t status = 0;                // HTTP
+    const char16_t* headers = nullptr;  // lines ended by CR LF, zero-terminated
+    const void* content = nullptr;
+    uint32_t contentSize = 0;  // bytes
+    CalendarTime date;         // the `Date` of the reply, UTC
+};
+
+// The mark of an initialised record. It is part of the contract, and no measure of the record, whose
+// pointers are as wide as the machine has them.
+inline constexpr uint32_t transportResponseSize = 40;
+
+// Flags of CreateConnection.
+enum ConnectionFlag : uint32_t { ConnectionNoRedirects = 0x2, ConnectionNoCookies = 0x8 };
 
 enum ProxyMode : int32_t { ProxyDirect = 0, ProxyExplicit = 1, ProxyWpad = 2 };
 enum SystemProxyKind : int32_t { SystemProxyWinHttp = 1, SystemProxyIe = 2, SystemProxyDiscovery = 3 };
@@ -57,26 +85,50 @@ class ITrustStore {
                                         const char16_t* const* certificates) = 0;
 };
 
+// One request. Results are 0 or an error code (platform/error_codes.h).
 class IConnection {
   public:
     virtual ~IConnection() = default;
+    // Sends the request with this body. `reserved` is passed through; 0.
     virtual uint32_t SendSigned(const char16_t* contentType, const void* data, uint32_t size,
                                 uint32_t reserved, const AuthorizationInfo* authorization) = 0;
+    // Fetches the URL into the file, unsigned. 0 or 1246 (not modified): the reply can be received.
     virtual uint32_t Download(const WideString& path, uint32_t& status) = 0;
+    // The body comes in plain form, even if the server compressed it.
     virtual uint32_t Receive(TransportResponse* response) = 0;
     virtual void SetProxyList(IProxyList* proxyList) = 0;
     virtual void AddHeader(const char16_t* name, const char16_t* value) = 0;
+    // The headers as sent, in lines ended by CR LF, without the request line. False if nothing was sent.
     virtual bool GetSentHeaders(WideString& headers) = 0;
+    // Fills `entry`, one made by NewProxySetting, with what was really used. False if nothing was.
     virtual bool GetProxyUsed(IProxySetting* entry) = 0;
     virtual void SetTrustStore(ITrustStore* store) = 0;
 };
 
+// A client of one service of the server. Each operation is one request.
 class IServiceClient {
   public:
     virtual ~IServiceClient() = default;
     virtual void SetProxyList(IProxyList* proxyList) = 0;
+    // Puts the local file (a wide path) into the container under that name.
+    virtual bool UploadFile(const char16_t* container, const char16_t* name, const char16_t* path) = 0;
+    // Puts a message into the queue, or into the event hub, of that name. `message` is UTF-8.
+    virtual bool Enqueue(const char16_t* container, const char16_t* label, const char* message) = 0;
+    // `tag` has room for entityTagCapacity characters: the tag to ask with, and then that of the answer. True
+    // for 200 and 304. `size` is the room in `data`, and on true the length of the text there, which a zero
+    // follows if `size` isn't 0. `status` is the HTTP status, 0 if there was no answer.
+    virtual bool GetDataById(const char16_t* id, char16_t* tag, void* data, uint32_t& size,
+                             uint32_t& status) = 0;
+    // True for 200 to 299; `tag`, of the same room, is then that of what was put, empty if there is none.
+    virtual bool SetDataById(const char16_t* id, char16_t* tag, const char* body, uint32_t& status) = 0;
+    // Puts one item into a version of a container; `last` closes it.
+    virtual bool SendDataContainer(const char16_t* container, uint32_t version, const char16_t* name,
+                                   const std::string& data, bool last) = 0;
     virtual void SetTrustStore(ITrustStore* store) = 0;
 };
+
+// Of an entity tag, with the zero that ends it.
+inline constexpr uint32_t entityTagCapacity = 256;
 
 class IProxyUsedObserver {
   public:

@@ -3,19 +3,9 @@
 
 #include <cstdint>
 
-namespace orrery::platform {
+#include "contracts/calendar_time.h"
 
-// Year, month, day of week, day, hour, minute, second, milliseconds; all zero means no time.
-struct CalendarTime {
-    uint16_t year = 0;
-    uint16_t month = 0;
-    uint16_t dayOfWeek = 0;  // 0 is Sunday
-    uint16_t day = 0;
-    uint16_t hour = 0;
-    uint16_t minute = 0;
-    uint16_t second = 0;
-    uint16_t milliseconds = 0;
-};
+namespace orrery::platform {
 
 constexpr int64_t ticksPerSecond = 10'000'000;
 
@@ -37,6 +27,11 @@ int64_t SteadyTicks();
 int64_t UtcSeconds();
 CalendarTime UtcTime();
 CalendarTime LocalTime();
+
+// Between ticks of the system clock and the UTC calendar; both ways false, the output untouched, for what the
+// other can't show, such as a time that is all zero.
+bool CalendarOf(int64_t systemTicks, CalendarTime& time);
+bool SystemTicksOf(const CalendarTime& time, int64_t& systemTicks);
 
 // Puts `clock` in place of the system's, null puts the system's back. The clock outlives its use.
 void SetClock(Clock* clock);

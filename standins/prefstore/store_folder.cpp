@@ -37,7 +37,7 @@ int OpenHeld(const std::string& folder) {
 }
 
 std::string DamagedSuffix() {
-    const platform::CalendarTime now = platform::UtcTime();
+    const CalendarTime now = platform::UtcTime();
     std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), ".damaged-%04d%02d%02dT%02d%02d%02dZ", now.year, now.month,
                   now.day, now.hour, now.minute, now.second);

@@ -12,6 +12,8 @@ using Ticks = std::chrono::duration<int64_t, std::ratio<1, ticksPerSecond>>;
 using TickTime = std::chrono::sys_time<Ticks>;
 
 constexpr TickTime startOfTicks = std::chrono::sys_days(std::chrono::year(1601) / 1 / 1);
+// Years have four digits.
+constexpr TickTime lastTime = std::chrono::sys_days(std::chrono::year(9999) / 12 / 31);
 
 class SystemClock final : public Clock {
   public:
@@ -80,6 +82,25 @@ CalendarTime LocalTime() {
     const TickTime now = Now();
     const std::chrono::seconds offset(current.load()->LocalOffset(SecondsOf(now)));
     return Calendar(now + offset);
+}
+
+bool CalendarOf(int64_t systemTicks, CalendarTime& time) {
+    if (systemTicks < 0 || systemTicks > (lastTime - startOfTicks).count()) return false;
+    time = Calendar(startOfTicks + Ticks(systemTicks));
+    return true;
+}
+
+bool SystemTicksOf(const CalendarTime& time, int64_t& systemTicks) {
+    const std::chrono::year_month_day date{std::chrono::year(time.year), std::chrono::month(time.month),
+                                           std::chrono::day(time.day)};
+    if (!date.ok() || time.hour > 23 || time.minute > 59 || time.second > 59 || time.milliseconds > 999)
+        return false;
+    const TickTime moment = std::chrono::sys_days(date) + std::chrono::hours(time.hour) +
+                            std::chrono::minutes(time.minute) + std::chrono::seconds(time.second) +
+                            std::chrono::milliseconds(time.milliseconds);
+    if (moment < startOfTicks || moment > lastTime) return false;
+    systemTicks = (moment - startOfTicks).count();
+    return true;
 }
 
 void SetClock(Clock* clock) {
