@@ -86,7 +86,7 @@ class CMessageItem final : public CMessageType, public ISerializableClass {
     } value{};
 };
 
-class CMessageObject final : public CMessageType, public ISerializableClass {
+class CMessageObject : public CMessageType, public ISerializableClass {
   public:
     explicit CMessageObject(WideString name = {});
     ~CMessageObject() override;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "foundation/aes_cypher.h"
 #include "foundation/message_object.h"
 #include "foundation/registration.h"
 #include "foundation/trace.h"
@@ -15,6 +16,13 @@ constexpr char16_t fallbackListKey[] = u"Proxy.Default.FallbackList";
 
 const char16_t* UsedProxyKey(bool alternative) {
     return alternative ? u"Proxy.Default.AlternativeProxyConfigUsed" : u"Proxy.Default.LastProxyConfigUsed";
+}
+
+bool Decipher(const WideString& text, WideString& plain) {
+    std::string cipher;
+    std::string bytes;
+    return text.empty() || (WideToAnsi(text, cipher) && CAESCypher().DecipherFromText(cipher, bytes) &&
+                            Utf8ToWide(bytes, plain));
 }
 
 WideString TextOf(const CMessageObject& object, const char16_t* key) {
@@ -72,10 +80,11 @@ bool CProxyConfig::AddLastUsedProxy() {
 bool CProxyConfig::AddConfiguredProxies() {
     const WideString* text = nullptr;
     if (configUtil->GetValue(fallbackListKey, &text, 0) != 0) return false;
+    WideString plain;
     CMessageObject document;
     const CMessageObject* proxies = nullptr;
     bool anyAdded = false;
-    if (document.Parse(*text) && document.GetArray(u"ProxyConfig", proxies)) {
+    if (document.Parse(Decipher(*text, plain) ? plain : *text) && document.GetArray(u"ProxyConfig", proxies)) {
         bool first = true;
         for (const CMessageItem& item : proxies->items) {
             if (item.kind != KindObject || item.value.object->isArray) continue;

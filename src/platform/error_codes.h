@@ -11,10 +11,12 @@ enum ErrorCode : uint32_t {
     NotEnoughMemory = 8,
     BadFormat = 11,
     InvalidData = 13,
+    WriteFault = 29,
     BadNetworkPath = 53,
     BadNetworkResponse = 58,
     InvalidParameter = 87,
     ProcedureNotFound = 127,
+    ReplyTooLarge = 223,
     NoData = 232,
     InvalidAddress = 487,
     AlreadyRunning = 1056,
@@ -25,6 +27,17 @@ enum ErrorCode : uint32_t {
     InvalidServerState = 1352,
     BadConfiguration = 1610,
     ObjectNotFound = 4312,
+    // Of the HTTP transport; the numbers are those of WinHTTP's documented error list.
+    TimedOut = 12002,
+    TransportFailed = 12004,  // none of the causes below
+    NameNotResolved = 12007,
+    ProxyLoginFailed = 12015,
+    NothingReceived = 12019,  // asked for a reply that isn't there
+    CannotConnect = 12029,
+    ConnectionCut = 12030,
+    BadServerReply = 12152,
+    SecureFailure = 12175,
+    HeadersTooLarge = 12181,
     DeviceNotRegistered = 0x8054820D,
 };
 

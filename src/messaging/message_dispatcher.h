@@ -1,0 +1,67 @@
+// The server's services besides the Web API: file upload, queue, data containers, data by id, event hub. The
+// settings of a service say all that identifies it, so that a caller gives its name and nothing else. What
+// goes over the wire is the transport's work. It has no state beyond its fields; each operation blocks for as
+// long as its request.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+
+#include "contracts/config_util.h"
+#include "contracts/wirelink.h"
+#include "foundation/wirelink_use.h"
+
+namespace orrery {
+
+class CServiceSettings;
+
+// Bad or missing settings and failed calls are traced and give false or null.
+class IMessageDispatcher {
+  public:
+    virtual ~IMessageDispatcher() = default;
+    virtual bool UploadFile(const WideString& service, const WideString& path, const WideString& name) = 0;
+    // `message` is UTF-8.
+    virtual bool EnqueueMessage(const WideString& service, const WideString& label,
+                                const std::string& message) = 0;
+    // An open client is the caller's until the matching close, which clears the pointer.
+    virtual IServiceClient* OpenDataService(const WideString& service, const WideString& id) = 0;
+    virtual void CloseDataService(IServiceClient** client) = 0;
+    virtual IServiceClient* OpenEventHub(const WideString& service) = 0;
+    virtual void CloseEventHub(IServiceClient** client) = 0;
+    // See IServiceClient::SendDataContainer.
+    virtual bool SendDataContainer(const WideString& service, const WideString& name, const std::string& data,
+                                   const WideString& container, uint32_t version, bool last) = 0;
+};
+
+class CMessageDispatcher final : public IMessageDispatcher {
+  public:
+    // Throws std::invalid_argument("configUtil") for a null store, std::logic_error("Cannot Initialize
+    // Wirelink") without the transport.
+    explicit CMessageDispatcher(ConfigUtil* configUtil);
+
+    bool UploadFile(const WideString& service, const WideString& path, const WideString& name) override;
+    bool EnqueueMessage(const WideString& service, const WideString& label,
+                        const std::string& message) override;
+    IServiceClient* OpenDataService(const WideString& service, const WideString& id) override;
+    void CloseDataService(IServiceClient** client) override { wirelink->CloseServiceClient(client); }
+    IServiceClient* OpenEventHub(const WideString& service) override;
+    void CloseEventHub(IServiceClient** client) override { CloseDataService(client); }
+    bool SendDataContainer(const WideString& service, const WideString& name, const std::string& data,
+                           const WideString& container, uint32_t version, bool last) override;
+
+  private:
+    class OpenClient;
+
+    // For a service of one of these types. Null, and traced, where the settings don't do.
+    IServiceClient* Open(const CServiceSettings& settings, std::initializer_list<WideView> types) const;
+    IServiceClient* OpenFor(const CServiceSettings& settings, const WideString& id,
+                            std::initializer_list<WideView> types) const;
+    IServiceClient* Create(const CServiceSettings& settings, const WideString& id) const;
+    void Equip(IServiceClient* client) const;
+
+    ConfigUtil* const configUtil;
+    const CWirelinkUse transport;
+    IWirelink* const wirelink;
+};
+
+}  // namespace orrery

@@ -1,0 +1,100 @@
+#include "messaging/web_api_response.h"
+
+#include <cstring>
+#include <new>
+#include <string>
+
+#include "events/dispatch/dispatcher_helper.h"
+#include "foundation/numbers.h"
+#include "foundation/trace.h"
+#include "platform/error_codes.h"
+
+namespace orrery {
+
+namespace {
+
+uint32_t ErrorOf(uint32_t status) {
+    if (status == 304) return Continue;
+    if (status == 403) return AccessDenied;
+    if (status == 404) return NotFound;
+    switch (status / 100) {
+        case 2:
+            return Success;
+        case 3:
+            return InvalidAddress;
+        case 4:
+            return BadNetworkPath;
+        case 5:
+            return InvalidServerState;
+        default:
+            return BadNetworkResponse;
+    }
+}
+
+}  // namespace
+
+uint32_t StatusToError(uint32_t status) {
+    const uint32_t result = ErrorOf(status);
+    if (result != Success) Trace::Error("the server refused", status, result);
+    return result;
+}
+
+void WebApiResponse::SetResult(const CalendarTime& replyDate, uint32_t replyStatus, const void* replyContent,
+                               uint32_t size) {
+    date = replyDate;
+    status = replyStatus;
+    KeepContent(replyContent, size);
+    ClearEnvelope();
+    if (StatusToError(status) == Success || !content) return;
+    if (ParseEnvelope() && envelope.hasActions) ForwardActions();
+}
+
+void WebApiResponse::KeepContent(const void* bytes, uint32_t size) {
+    content.reset();
+    contentSize = 0;
+    if (!bytes || size == 0) return;
+    content.reset(new (std::nothrow) uint8_t[size]);
+    if (!content) return;
+    std::memcpy(content.get(), bytes, size);
+    contentSize = size;
+}
+
+void WebApiResponse::ClearEnvelope() {
+    envelope.Clear();
+    envelope.code.clear();
+    envelope.message.clear();
+    envelope.serverTime = 0;
+    envelope.hasActions = false;
+}
+
+bool WebApiResponse::ParseEnvelope() {
+    if (!envelope.Parse(std::string(reinterpret_cast<const char*>(content.get()), contentSize))) return false;
+    const CMessageObject* actions = nullptr;
+    envelope.hasActions = envelope.GetObject(u"Actions", actions);
+    WideString code;
+    WideString message;
+    WideString serverTime;
+    if (!envelope.GetString(u"Code", code) || !envelope.GetString(u"Message", message) ||
+        !envelope.GetString(u"ServerTime", serverTime)) {
+        Trace::Error("an error reply is no envelope", status);
+        return false;
+    }
+    envelope.code = std::move(code);
+    envelope.message = std::move(message);
+    envelope.serverTime = LeadingInt32(serverTime);
+    return true;
+}
+
+void WebApiResponse::ForwardActions() const {
+    CEventSequence sequence(u"WebApiResponse Actions from Orrery Server");
+    if (!dispatcherHelper || sequence.AddActions(envelope) != Success) return;
+    const uint32_t result = dispatcherHelper->RaiseSequence(sequence, false);
+    if (result != Success) Trace::Error("the actions of an error reply can't be raised", result);
+}
+
+bool WebApiResponse::SetHeaderText(WideView text) {
+    headers.clear();
+    return ParseHeaderText(text, headers);
+}
+
+}  // namespace orrery
