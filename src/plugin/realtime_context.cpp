@@ -2,50 +2,31 @@
 
 #include "events/dispatch/dispatcher_helper.h"
 #include "foundation/config_helper.h"
-#include "foundation/install_paths.h"
 #include "foundation/trace.h"
 #include "messaging/proxy_config.h"
 
 namespace orrery {
 
 CRealtimeContext::CRealtimeContext(ITracebox* tracebox, IDispatcherHelper* dispatcher)
-    : configUtil(GetConfigUtil()), dispatcher(dispatcher) {
-    LoadTransport();
+    : configUtil(GetConfigUtil()), dispatcher(dispatcher), wirelink(transport.Get()) {
+    if (wirelink) wirelink->SetProxyObserver(this);
     try {
-        manager = std::make_unique<CRealtimeManager>(tracebox, nullptr, dispatcher);
+        MakeManagers(tracebox);
     } catch (...) {
-        GiveTransportBack();
+        if (wirelink) wirelink->SetProxyObserver(nullptr);
         throw;
     }
 }
 
 CRealtimeContext::~CRealtimeContext() {
+    dmpManager.reset();
     manager.reset();
-    GiveTransportBack();
+    if (wirelink) wirelink->SetProxyObserver(nullptr);
 }
 
-void CRealtimeContext::LoadTransport() {
-    WideString folder;
-    GetUtilsFolder(folder);
-    wirelinkLoader = std::make_unique<CWirelinkLoader>(folder);
-    if (!wirelinkLoader->Load()) {
-        Trace::Error("the transport can't be loaded", folder);
-        return;
-    }
-    wirelink = wirelinkLoader->GetInterface();
-    if (!wirelink) {
-        Trace::Error("the transport gives no object", folder);
-        return;
-    }
-    wirelink->SetProxyObserver(this);
-}
-
-void CRealtimeContext::GiveTransportBack() {
-    if (wirelink) {
-        wirelink->SetProxyObserver(nullptr);
-        wirelinkLoader->ReleaseInterface(&wirelink);
-    }
-    wirelinkLoader.reset();  // unloads what it loaded itself
+void CRealtimeContext::MakeManagers(ITracebox* tracebox) {
+    manager = std::make_unique<CRealtimeManager>(tracebox, nullptr, dispatcher);
+    if (wirelink) dmpManager = std::make_unique<CDmpNotificationsManager>(nullptr);
 }
 
 uint32_t CRealtimeContext::Release() {

@@ -1,5 +1,5 @@
-// Owns the long-lived working objects of the plug-in: the realtime manager and the use of the HTTP transport.
-// It also watches which proxy the transport really used.
+// Owns the long-lived working objects of the plug-in: the realtime manager, the provider that is polled, and
+// the use of the HTTP transport. It also watches which proxy the transport really used.
 //
 // Its fields don't change after construction. OnProxyUsed comes on a thread of the transport, everything else
 // on threads of the host.
@@ -12,8 +12,9 @@
 #include "contracts/tracebox.h"
 #include "contracts/wirelink.h"
 #include "events/dispatch/event_control.h"
-#include "foundation/wirelink_loader.h"
+#include "foundation/wirelink_use.h"
 #include "plugin/plugin_context.h"
+#include "realtime/dmp_notifications_manager.h"
 #include "realtime/realtime_manager.h"
 
 namespace orrery {
@@ -22,8 +23,8 @@ class IDispatcherHelper;
 
 class CRealtimeContext final : public IPluginContext, public IProxyUsedObserver {
   public:
-    // Born with one reference. A missing transport is only traced here; what the manager's constructor throws
-    // goes through.
+    // Born with one reference. A missing transport is only traced here, and leaves the context without a
+    // provider to poll; what the manager's constructor throws goes through.
     CRealtimeContext(ITracebox* tracebox, IDispatcherHelper* dispatcher);
     CRealtimeContext(const CRealtimeContext&) = delete;
     CRealtimeContext& operator=(const CRealtimeContext&) = delete;
@@ -33,7 +34,9 @@ class CRealtimeContext final : public IPluginContext, public IProxyUsedObserver 
     uint32_t Start() override;  // always 0
     void Stop() override;       // silent: no bind event follows
     CRealtimeManager* GetRealtimeManager() override { return manager.get(); }
-    INotificationsManager* GetDmpNotificationsManager() override { return nullptr; }
+    INotificationsManager* GetDmpNotificationsManager() override { return dmpManager.get(); }
+    // The process's; outlives the context.
+    IDispatcherHelper* GetDispatcher() const { return dispatcher; }
     void OnProxyUsed(IProxySetting* proxy) override;
 
     // One run at a time for work that excludes itself; a second attempt fails at once.
@@ -41,15 +44,15 @@ class CRealtimeContext final : public IPluginContext, public IProxyUsedObserver 
 
   private:
     ~CRealtimeContext() override;
-    void LoadTransport();
-    void GiveTransportBack();
+    void MakeManagers(ITracebox* tracebox);
 
     std::atomic<uint32_t> refCount{1};
     ConfigUtil* const configUtil;
     IDispatcherHelper* const dispatcher;
-    std::unique_ptr<CWirelinkLoader> wirelinkLoader;
-    IWirelink* wirelink = nullptr;
+    const CWirelinkUse transport;
+    IWirelink* const wirelink;  // may be null
     std::unique_ptr<CRealtimeManager> manager;
+    std::unique_ptr<CDmpNotificationsManager> dmpManager;
 };
 
 }  // namespace orrery

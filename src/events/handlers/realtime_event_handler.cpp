@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "events/handlers/device_bind_handler.h"
+#include "events/handlers/notification_check_handler.h"
 #include "events/handlers/realtime_switch_handler.h"
 #include "plugin/realtime_context.h"
 
@@ -21,6 +23,8 @@ void AddPrototype(CPluginEventHandlers& registry, ITracebox* tracebox, ISchedule
 CRealtimeEventHandler::CRealtimeEventHandler(ITracebox* tracebox, IDispatcherHelper* dispatcher,
                                              ISchedulerHelper* scheduler)
     : CPluginEventHandlers(tracebox, dispatcher, scheduler) {
+    AddPrototype<CDeviceBindHandler>(*this, tracebox, scheduler);
+    AddPrototype<CNotificationCheckHandler>(*this, tracebox, scheduler);
     AddPrototype<CRealtimeClearHandler>(*this, tracebox, scheduler);
     AddPrototype<CRealtimeEnableHandler>(*this, tracebox, scheduler);
     AddPrototype<CRealtimeDisableHandler>(*this, tracebox, scheduler);

@@ -11,7 +11,12 @@
 #include <vector>
 
 #include "foundation/config_helper.h"
+#include "foundation/numbers.h"
+#include "foundation/registration.h"
+#include "foundation/time_text.h"
 #include "foundation/trace.h"
+#include "messaging/message_file.h"
+#include "platform/clock.h"
 #include "platform/text.h"
 #include "realtime/channel/proxy_candidates.h"
 
@@ -34,6 +39,17 @@ void LimitLibraryPool() {
             Trace::Warning("the library's pool exists already", failure.what());
         }
     });
+}
+
+WideString StateText(int32_t state) {
+    switch (state) {
+        case ChannelClosed:
+            return u"Closed";
+        case ChannelConnected:
+            return u"Connected";
+        default:
+            return u"Unknown code: " + DecimalText(int64_t{state});
+    }
 }
 
 // A task that fails and that nobody looks at ends the process.
@@ -235,6 +251,7 @@ bool WebSocketsClient::Send(const WideString& text) {
         if (!client || state != ChannelConnected) return false;
         client->client.send(message).wait();
         sent = true;
+        if (IsTestMode()) LogTraffic(text, u"Realtime_Send");
     } catch (const std::exception& failure) {
         Trace::Error("sending a frame failed", failure.what());
     }
@@ -267,6 +284,7 @@ void WebSocketsClient::Close() {
 
 void WebSocketsClient::OnMessage(const WideString& text) {
     messageHandler.Call(text);
+    if (IsTestMode()) LogTraffic(text, u"Realtime_Get");
 }
 
 void WebSocketsClient::OnClose(int32_t status, const std::string& reason, int32_t errorCode) {
@@ -277,6 +295,19 @@ void WebSocketsClient::OnClose(int32_t status, const std::string& reason, int32_
         Trace::Error("closed", status, reason, errorCode);
     }
     closeHandler.Call();
+}
+
+// Short texts, the keep-alive frame above all, would bury the others.
+void WebSocketsClient::LogTraffic(const WideString& text, const WideString& name) const {
+    if (text.size() <= 2) return;
+    const CalendarTime now = platform::LocalTime();
+    WideString record;
+    AppendLine(record, u"[REQUEST]");
+    AppendLine(record, u"Time=", DateTimeText(now, ' '));
+    AppendLine(record, u"URL=", uri);
+    AppendLine(record, u"Body=", text);
+    AppendLine(record, u"State=", StateText(state));
+    WriteMessageFile(MessageFilePath(name, now), record);
 }
 
 void WebSocketsClient::CleanupConnection() {

@@ -55,6 +55,8 @@ class WebSocketsClient final : public IPushChannel {
     bool SetupConnection() EXCLUDES(clientLock);
     bool TryConnection(const ProxyCandidate& candidate) REQUIRES(clientLock);
     void CleanupConnection() EXCLUDES(clientLock);
+    // One message file; its name tells sent from received.
+    void LogTraffic(const WideString& text, const WideString& name) const;
 
     const WideString uri;
     IProxyList* const proxyList;
