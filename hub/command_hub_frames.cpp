@@ -1,6 +1,6 @@
 #include "hub/command_hub_frames.h"
 
-#include <nlohmann/json.hpp>
+#include "hub/json_text.h"
 
 namespace orrery::hub {
 namespace {
@@ -8,7 +8,6 @@ namespace {
 using Json = nlohmann::json;
 using OrderedJson = nlohmann::ordered_json;
 
-constexpr size_t maxDepth = 512;
 constexpr size_t maxDeviceId = 1024;  // bytes
 
 enum FrameType : int {
@@ -21,25 +20,6 @@ enum FrameType : int {
     UnregisterReply = 21,
     PushMessage = 100,
 };
-
-// A frame of nothing but brackets would become a tree of gigabytes.
-bool NestedTooDeep(std::string_view text) {
-    size_t depth = 0;
-    bool inString = false;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (inString && c == '\\') {
-            ++i;
-        } else if (c == '"') {
-            inString = !inString;
-        } else if (!inString && (c == '[' || c == '{')) {
-            if (++depth > maxDepth) return true;
-        } else if (!inString && (c == ']' || c == '}')) {
-            if (depth > 0) --depth;
-        }
-    }
-    return false;
-}
 
 DeviceFrame Bad(std::string fault) {
     DeviceFrame frame;
@@ -88,8 +68,7 @@ DeviceFrame ReadTyped(const Json& document) {
 }
 
 std::string Write(FrameType type, OrderedJson parameters) {
-    return OrderedJson{{"Type", int{type}}, {"Parameters", std::move(parameters)}}.dump(
-        -1, ' ', false, OrderedJson::error_handler_t::replace);
+    return Dump({{"Type", int{type}}, {"Parameters", std::move(parameters)}});
 }
 
 }  // namespace

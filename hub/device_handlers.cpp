@@ -1,7 +1,8 @@
 #include "hub/device_handlers.h"
 
-#include <nlohmann/json.hpp>
 #include <optional>
+
+#include "hub/json_text.h"
 
 namespace orrery::hub {
 namespace {
@@ -11,12 +12,15 @@ using Json = nlohmann::ordered_json;
 
 constexpr int normalClosure = 1000;
 
-std::string Dump(const Json& json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
 HttpResponse NotConnected(const std::string& device) {
     return ErrorAnswer(404, "device " + device + " is not connected");
+}
+
+Json Describe(const BindRecord& bind) {
+    return {{"provider", bind.provider ? Json(*bind.provider) : Json()},
+            {"recipient", bind.recipient ? Json(*bind.recipient) : Json()},
+            {"binds", bind.count},
+            {"time", bind.time}};
 }
 
 Json Describe(const DeviceRecord& device) {
@@ -29,7 +33,8 @@ Json Describe(const DeviceRecord& device) {
             {"frames", device.frames},
             {"registrations", device.registrations},
             {"viaProxy", device.info.viaProxy ? Json(*device.info.viaProxy) : Json()},
-            {"remote", device.info.remote}};
+            {"remote", device.info.remote},
+            {"bind", device.bind ? Describe(*device.bind) : Json()}};
 }
 
 HttpResponse ListDevices(const DeviceHub& hub, const HttpRequest& request) {
@@ -66,7 +71,7 @@ bool ReadMessages(const Json& body, std::vector<std::string>& messages) {
 }
 
 HttpResponse Push(DeviceHub& hub, const HttpRequest& request) {
-    const Json body = Json::parse(request.body, nullptr, false);
+    const Json body = ReadObject(request.body);
     if (!body.is_object()) return ErrorAnswer(400, "the body is no JSON object");
     const auto topic = ReadString(body, "topic");
     if (!topic) return ErrorAnswer(400, "topic is missing or no string");
@@ -91,7 +96,7 @@ bool IsCloseCode(int64_t code) {
 }
 
 HttpResponse Disconnect(DeviceHub& hub, const HttpRequest& request) {
-    const Json body = Json::parse(request.body, nullptr, false);
+    const Json body = ReadObject(request.body);
     if (!body.is_object()) return ErrorAnswer(400, "the body is no JSON object");
     const auto device = ReadString(body, "device");
     const auto how = ReadString(body, "how");

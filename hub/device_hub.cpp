@@ -3,14 +3,13 @@
 #include <uuid/uuid.h>
 
 #include <algorithm>
-#include <ctime>
-#include <nlohmann/json.hpp>
+
+#include "hub/json_text.h"
 
 namespace orrery::hub {
 namespace {
 
 constexpr uint16_t normalClosure = 1000;
-constexpr size_t maxLoggedText = 200;  // bytes
 
 std::string NewSession() {
     uuid_t id;
@@ -18,20 +17,6 @@ std::string NewSession() {
     uuid_generate_random(id);
     uuid_unparse_lower(id, text);
     return text;
-}
-
-std::string UtcNow() {
-    const std::time_t now = std::time(nullptr);
-    std::tm utc{};
-    gmtime_r(&now, &utc);
-    char text[sizeof "2000-01-01T00:00:00Z"];
-    return std::string(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc));
-}
-
-// A text of a device must not break the line or flood the log.
-std::string Quoted(const std::string& text) {
-    return nlohmann::json(text.substr(0, maxLoggedText))
-        .dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
 
 Frame MakeFrame(std::string bytes) {
@@ -127,6 +112,14 @@ bool DeviceHub::SendRaw(const std::string& id, std::string bytes, FrameKind kind
     return true;
 }
 
+void DeviceHub::Bind(const std::string& id, std::optional<int64_t> provider,
+                     std::optional<std::string> recipient) {
+    DeviceRecord& device = known[id];
+    device.device = id;
+    const size_t before = device.bind ? device.bind->count : 0;
+    device.bind = {provider, std::move(recipient), before + 1, clock.Iso()};
+}
+
 void DeviceHub::SendKeepAlive() {
     const Frame frame = MakeFrame(ServerKeepAliveFrame());
     for (const auto& [link, device] : registered) device->link->Send(frame, FrameKind::Text);
@@ -148,12 +141,13 @@ void DeviceHub::Register(IDeviceLink& link, const std::string& id) {
     device = {.device = id,
               .session = NewSession(),
               .topics = {},
-              .connectedSince = UtcNow(),
+              .connectedSince = clock.Iso(),
               .keepAlives = 0,
               .frames = 1,
               .info = link.Info(),
               .link = &link,
-              .registrations = device.registrations + 1};
+              .registrations = device.registrations + 1,
+              .bind = std::move(device.bind)};
     registered[&link] = &device;
     Log("registered " + Quoted(id) + " from " + device.info.remote + ", session " + device.session);
     link.Send(MakeFrame(WelcomeFrame(device.session)), FrameKind::Text);

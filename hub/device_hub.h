@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -13,15 +14,24 @@
 
 #include "hub/command_hub_frames.h"
 #include "hub/device_link.h"
+#include "hub/hub_clock.h"
 
 namespace orrery::hub {
 
 // Takes one line without its end; may be empty.
 using LogLine = std::function<void(const std::string& line)>;
 
+// What a device said of how it is to be reached; nothing where it didn't.
+struct BindRecord {
+    std::optional<int64_t> provider;
+    std::optional<std::string> recipient;
+    size_t count = 0;  // since the hub started
+    std::string time;  // of the latest; ISO 8601, UTC
+};
+
 struct DeviceRecord {
     std::string device;
-    std::string session;  // of the latest registration, as are all fields below but the last
+    std::string session;  // of the latest registration, as are all fields below but the last two
     std::vector<std::string> topics;
     std::string connectedSince;  // ISO 8601, UTC
     size_t keepAlives = 0;
@@ -29,11 +39,12 @@ struct DeviceRecord {
     LinkInfo info;
     IDeviceLink* link = nullptr;  // null while not connected; not owned
     size_t registrations = 0;     // of this device id since the hub started
+    std::optional<BindRecord> bind;
 };
 
 class DeviceHub {
   public:
-    explicit DeviceHub(LogLine log) : log(std::move(log)) {}
+    DeviceHub(LogLine log, HubClock clock) : log(std::move(log)), clock(clock) {}
     DeviceHub(const DeviceHub&) = delete;
     DeviceHub& operator=(const DeviceHub&) = delete;
 
@@ -49,10 +60,13 @@ class DeviceHub {
     bool Drop(const std::string& device);
     bool Stall(const std::string& device);
     bool SendRaw(const std::string& device, std::string bytes, FrameKind kind);
+    // The device needn't be connected, nor ever have been.
+    void Bind(const std::string& device, std::optional<int64_t> provider,
+              std::optional<std::string> recipient);
     void SendKeepAlive();
     void CloseAll(uint16_t code);
 
-    // Every device id that was ever registered, in the order of the ids.
+    // Every device id that was ever registered or bound, in the order of the ids.
     const std::map<std::string, DeviceRecord>& Known() const { return known; }
     size_t Connected() const { return registered.size(); }
 
@@ -66,6 +80,7 @@ class DeviceHub {
     void Log(const std::string& line) const;
 
     const LogLine log;
+    const HubClock clock;
     std::map<std::string, DeviceRecord> known;
     std::unordered_map<const IDeviceLink*, DeviceRecord*> registered;
 };

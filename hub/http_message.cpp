@@ -1,7 +1,8 @@
 #include "hub/http_message.h"
 
 #include <charconv>
-#include <nlohmann/json.hpp>
+
+#include "hub/json_text.h"
 
 namespace orrery::hub {
 namespace {
@@ -37,6 +38,11 @@ std::string HttpRequest::Query(const std::string& name) const {
     return found != query.end() ? found->second : std::string();
 }
 
+std::optional<std::string> HttpRequest::Header(const std::string& name) const {
+    const auto found = headers.find(name);
+    return found != headers.end() ? std::optional(found->second) : std::nullopt;
+}
+
 HttpResponse JsonAnswer(std::string json) {
     HttpResponse response;
     response.body = std::move(json);
@@ -44,17 +50,30 @@ HttpResponse JsonAnswer(std::string json) {
 }
 
 HttpResponse ErrorAnswer(unsigned status, const std::string& text) {
-    const nlohmann::json body{{"error", text}};
-    HttpResponse response = JsonAnswer(body.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+    HttpResponse response = JsonAnswer(Dump({{"error", text}}));
     response.status = status;
+    response.error = text;
     return response;
 }
 
 void ReadTarget(std::string_view target, HttpRequest& request) {
     const size_t mark = target.find('?');
+    request.target = target;
     request.path = PercentDecoded(target.substr(0, mark));
     request.query.clear();
     if (mark != target.npos) ReadQuery(target.substr(mark + 1), request.query);
+}
+
+std::vector<std::string> PathParts(std::string_view target) {
+    std::vector<std::string> parts;
+    std::string_view rest = target.substr(0, target.find('?'));
+    while (!rest.empty()) {
+        rest.remove_prefix(1);  // the slash
+        const std::string_view part = rest.substr(0, rest.find('/'));
+        parts.push_back(PercentDecoded(part));
+        rest.remove_prefix(part.size());
+    }
+    return parts;
 }
 
 }  // namespace orrery::hub

@@ -1,8 +1,11 @@
 #include "hub/http_session.h"
 
+#include <algorithm>
+#include <boost/asio/write.hpp>
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/write.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
+#include <sstream>
 
 #include "hub/web_socket_session.h"
 
@@ -11,8 +14,13 @@ namespace {
 
 namespace http = beast::http;
 
-constexpr uint64_t maxBody = uint64_t{64} << 20;  // bytes
+constexpr uint64_t maxBody = uint64_t{64} << 20;   // bytes
+constexpr size_t endlessBlock = size_t{64} << 10;  // bytes
 constexpr std::chrono::seconds lingerTime{2};
+
+bool MayHaveBody(http::status status) {
+    return status != http::status::no_content && status != http::status::not_modified;
+}
 
 std::string Text(beast::string_view text) {
     return std::string(text.data(), text.size());
@@ -33,11 +41,13 @@ HttpRequest Translate(http::request<http::string_body>&& request) {
 
 }  // namespace
 
-HttpSession::HttpSession(HubStream stream, const Router& router, DeviceHub& hub, std::string webSocketPath)
+HttpSession::HttpSession(HubStream stream, const Router& router, DeviceHub& hub, std::string webSocketPath,
+                         HubClock clock)
     : stream(std::move(stream)),
       router(router),
       hub(hub),
       webSocketPath(std::move(webSocketPath)),
+      clock(clock),
       timer(this->stream.get_executor()) {}
 
 void HttpSession::Start() {
@@ -97,24 +107,60 @@ void HttpSession::Upgrade(const Request& request) {
     LinkInfo info{stream.Remote(), std::nullopt};
     const auto viaProxy = request.find("x-zelko-viaproxy");
     if (viaProxy != request.end()) info.viaProxy = Text(viaProxy->value());
-    std::make_shared<WebSocketSession>(std::move(stream), hub, std::move(info))->Start(request);
+    std::make_shared<WebSocketSession>(std::move(stream), hub, std::move(info))
+        ->Start(request, clock.HttpDate());
 }
 
 void HttpSession::Answer(HttpResponse answer, bool keepAlive) {
+    wire = answer.wire;
     response = Response(static_cast<http::status>(answer.status), 11);
+    response.set(http::field::date, clock.HttpDate());
     response.set(http::field::content_type, answer.contentType);
     for (const auto& [name, value] : answer.headers) response.set(name, value);
-    response.body() = std::move(answer.body);
-    response.keep_alive(keepAlive);
+    const bool mayHaveBody = MayHaveBody(response.result());
+    if (mayHaveBody) response.body() = std::move(answer.body);
+    response.keep_alive(keepAlive && !wire.endless);
     response.prepare_payload();
+    if (wire.endless || !mayHaveBody) response.content_length(boost::none);
     if (answer.delay.count() == 0) return Write();
     timer.expires_after(answer.delay);
     timer.async_wait([self = shared_from_this()](error_code) { self->Write(); });
 }
 
 void HttpSession::Write() {
+    if (wire.cut || wire.endless || wire.trickle.count() > 0) return WriteFaulty();
     http::async_write(stream, response,
                       [self = shared_from_this()](error_code failed, size_t) { self->OnWritten(failed); });
+}
+
+// The library writes whole messages; what is to go wrong on the way is written by hand.
+void HttpSession::WriteFaulty() {
+    std::ostringstream text;
+    text << response;
+    bytes = text.str();
+    if (wire.cut) bytes.resize(std::min(bytes.size(), *wire.cut));
+    written = 0;
+    WriteBytes();
+}
+
+void HttpSession::WriteBytes() {
+    if (written == bytes.size() && wire.endless) {
+        bytes.assign(endlessBlock, ' ');
+        written = 0;
+    }
+    if (written == bytes.size()) return wire.cut ? Linger() : OnWritten({});
+    const size_t size = wire.trickle.count() > 0 ? 1 : bytes.size() - written;
+    asio::async_write(stream, asio::buffer(bytes.data() + written, size),
+                      [self = shared_from_this()](error_code failed, size_t wrote) {
+                          if (!failed) self->OnBytesWritten(wrote);
+                      });
+}
+
+void HttpSession::OnBytesWritten(size_t size) {
+    written += size;
+    if (wire.trickle.count() == 0) return WriteBytes();
+    timer.expires_after(wire.trickle);
+    timer.async_wait([self = shared_from_this()](error_code) { self->WriteBytes(); });
 }
 
 void HttpSession::OnWritten(error_code failed) {

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "hub/device_hub.h"
+#include "hub/hub_clock.h"
 #include "hub/hub_stream.h"
 #include "hub/router.h"
 
@@ -20,7 +21,8 @@ namespace orrery::hub {
 class HttpSession final : public std::enable_shared_from_this<HttpSession> {
   public:
     // Router and hub must outlive the session. A WebSocket is to be had at `webSocketPath` only.
-    HttpSession(HubStream stream, const Router& router, DeviceHub& hub, std::string webSocketPath);
+    HttpSession(HubStream stream, const Router& router, DeviceHub& hub, std::string webSocketPath,
+                HubClock clock);
 
     void Start();
 
@@ -37,6 +39,9 @@ class HttpSession final : public std::enable_shared_from_this<HttpSession> {
     void Upgrade(const Request& request);
     void Answer(HttpResponse answer, bool keepAlive);
     void Write();
+    void WriteFaulty();
+    void WriteBytes();
+    void OnBytesWritten(size_t size);
     void OnWritten(error_code failed);
     void Linger();
     void Discard();
@@ -45,10 +50,14 @@ class HttpSession final : public std::enable_shared_from_this<HttpSession> {
     const Router& router;
     DeviceHub& hub;
     const std::string webSocketPath;
+    const HubClock clock;
     beast::flat_buffer incoming;
     std::optional<beast::http::request_parser<beast::http::string_body>> parser;  // one for each request
     Response response;
-    asio::steady_timer timer;  // the delay of an answer, or the end of lingering
+    WireFault wire;            // of the response
+    std::string bytes;         // a faulty response, or a block of a body without end
+    size_t written = 0;        // of `bytes`
+    asio::steady_timer timer;  // the delay of an answer or of its next byte, or the end of lingering
 };
 
 }  // namespace orrery::hub

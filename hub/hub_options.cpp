@@ -7,6 +7,8 @@
 namespace orrery::hub {
 namespace {
 
+constexpr int64_t maxClockOffset = 1'000'000'000;  // seconds; keeps the year at four digits
+
 std::string CheckListen(const std::string& text) {
     HubOptions ignored;
     return ReadListen(text, ignored) ? "" : "ADDR:PORT is expected, not " + text;
@@ -31,8 +33,10 @@ bool ReadListen(const std::string& text, HubOptions& options) {
 }
 
 int ReadCommandLine(int argc, char** argv, CommandLine& out) {
-    CLI::App app("Development server for devices: CommandHub over WebSocket, and an HTTP interface to push.",
-                 "orrery-hub");
+    CLI::App app(
+        "Development server for devices: CommandHub over WebSocket, the Web API, and an "
+        "HTTP interface to both.",
+        "orrery-hub");
     std::string listen = "127.0.0.1:8600";
     app.add_option("--listen", listen, "ADDR:PORT; port 0 takes a free one")
         ->capture_default_str()
@@ -48,6 +52,12 @@ int ReadCommandLine(int argc, char** argv, CommandLine& out) {
     app.add_option("--keep-alive", out.server.keepAliveSeconds,
                    "seconds between keep-alive frames, 0 for none")
         ->capture_default_str();
+    app.add_option("--secret", out.server.secret, "what devices sign their requests with")
+        ->capture_default_str();
+    app.add_option("--clock-offset", out.server.clockOffset,
+                   "seconds by which the hub's clock is ahead of the system's")
+        ->capture_default_str()
+        ->check(CLI::Range(-maxClockOffset, maxClockOffset));
     app.add_flag("--quiet", out.quiet, "no log on stderr");
     try {
         app.parse(argc, argv);

@@ -7,9 +7,15 @@
 #include <optional>
 #include <stdexcept>
 
+#include "hub/bind_handlers.h"
 #include "hub/device_handlers.h"
+#include "hub/exchange_handlers.h"
+#include "hub/fault_handlers.h"
 #include "hub/http_session.h"
+#include "hub/notification_handlers.h"
 #include "hub/proxy_script_handlers.h"
+#include "hub/service_handlers.h"
+#include "hub/web_api_gate.h"
 
 namespace orrery::hub {
 namespace {
@@ -55,19 +61,34 @@ void LoadCertificate(asio::ssl::context& tls, const HubOptions& options) {
 }  // namespace
 
 struct HubServer::Impl {
-    Impl(HubOptions given, LogLine log) : options(std::move(given)), devices(std::move(log)) {
+    Impl(HubOptions given, const LogLine& log)
+        : options(std::move(given)),
+          clock(options.clockOffset),
+          devices(log, clock),
+          gate(options.secret, clock, log, deviceRouter, faults, exchanges) {
         if (!options.tlsCertificate.empty()) {
             tls.emplace(asio::ssl::context::tls_server);
             tls->set_options(asio::ssl::context::default_workarounds | asio::ssl::context::no_tlsv1 |
                              asio::ssl::context::no_tlsv1_1);
             LoadCertificate(*tls, options);
         }
-        AddDeviceHandlers(router, devices);
-        AddProxyScriptHandlers(router);
+        AddHandlers();
         Listen(acceptor, ReadEndpoint(options));
         port = acceptor.local_endpoint().port();
         Accept();
         KeepAlive();
+    }
+
+    void AddHandlers() {
+        AddDeviceHandlers(router, devices);
+        AddProxyScriptHandlers(router);
+        AddFaultHandlers(router, faults);
+        AddExchangeHandlers(router, exchanges);
+        AddNotificationHandlers(router, data);
+        for (const char* prefix : {"/webapi/", "/services/"})
+            router.AddPrefix(prefix, [this](const HttpRequest& request) { return gate.Handle(request); });
+        AddBindHandlers(deviceRouter, devices);
+        AddServiceHandlers(deviceRouter, data);
     }
 
     void Accept() {
@@ -81,7 +102,7 @@ struct HubServer::Impl {
         error_code ignored;
         socket.set_option(tcp::no_delay(true), ignored);
         HubStream stream(std::move(socket), tls ? &*tls : nullptr);
-        std::make_shared<HttpSession>(std::move(stream), router, devices, options.path)->Start();
+        std::make_shared<HttpSession>(std::move(stream), router, devices, options.path, clock)->Start();
         Accept();
     }
 
@@ -114,7 +135,13 @@ struct HubServer::Impl {
 
     const HubOptions options;
     std::optional<asio::ssl::context> tls;
+    const HubClock clock;
     DeviceHub devices;
+    DataStore data;
+    FaultList faults;
+    ExchangeLog exchanges;
+    Router deviceRouter;  // behind the gate
+    WebApiGate gate;
     Router router;
     uint16_t port = 0;
     // Behind all that the sessions refer to: its end destroys them, wherever they stand.
@@ -126,8 +153,8 @@ struct HubServer::Impl {
     asio::signal_set signals{io};
 };
 
-HubServer::HubServer(HubOptions options, LogLine log)
-    : impl(std::make_unique<Impl>(std::move(options), std::move(log))) {}
+HubServer::HubServer(HubOptions options, const LogLine& log)
+    : impl(std::make_unique<Impl>(std::move(options), log)) {}
 
 HubServer::~HubServer() = default;
 

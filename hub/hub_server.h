@@ -15,15 +15,17 @@ struct HubOptions {
     std::string address = "127.0.0.1";
     uint16_t port = 8600;  // 0: any free one
     std::string path = "/commandhub";
-    std::string tlsCertificate;       // PEM chain; empty: no TLS
-    std::string tlsKey;               // PEM; empty: in the file of the certificate
-    uint32_t keepAliveSeconds = 120;  // between the server's keep-alive frames; 0: none
+    std::string tlsCertificate{};               // PEM chain; empty: no TLS
+    std::string tlsKey{};                       // PEM; empty: in the file of the certificate
+    uint32_t keepAliveSeconds = 120;            // between the server's keep-alive frames; 0: none
+    std::string secret = "orrery-development";  // of every device's signature; UTF-8
+    int64_t clockOffset = 0;                    // seconds between the system's clock and the hub's
 };
 
 class HubServer {
   public:
     // Listens when it returns. Throws std::runtime_error with a line for the user if it can't.
-    HubServer(HubOptions options, LogLine log);
+    HubServer(HubOptions options, const LogLine& log);
     ~HubServer();
     HubServer(const HubServer&) = delete;
     HubServer& operator=(const HubServer&) = delete;

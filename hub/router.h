@@ -5,6 +5,8 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "hub/http_message.h"
 
@@ -16,12 +18,17 @@ class Router {
 
     // The path is exact, case included. A second handler for the same method and path replaces the first.
     void Add(const std::string& method, const std::string& path, Handler handler);
+    // For all that begins with `prefix`, whatever the method, and has no exact path.
+    void AddPrefix(const std::string& prefix, Handler handler);
     HttpResponse Handle(const HttpRequest& request) const;
 
   private:
     using Methods = std::map<std::string, Handler>;
 
+    HttpResponse HandleByPrefix(const HttpRequest& request) const;
+
     std::map<std::string, Methods> paths;
+    std::vector<std::pair<std::string, Handler>> prefixes;
 };
 
 }  // namespace orrery::hub

@@ -23,7 +23,10 @@ WebSocketSession::WebSocketSession(HubStream stream, DeviceHub& hub, LinkInfo in
     socket.auto_fragment(false);
 }
 
-void WebSocketSession::Start(const beast::http::request<beast::http::string_body>& upgrade) {
+void WebSocketSession::Start(const beast::http::request<beast::http::string_body>& upgrade,
+                             const std::string& date) {
+    socket.set_option(beast::websocket::stream_base::decorator(
+        [date](beast::websocket::response_type& answer) { answer.set(beast::http::field::date, date); }));
     // A peer that says goodbye and then neither reads nor closes would hold the session for good. The
     // callback lives in `socket`, so that it can't outlive this object.
     socket.control_callback([this](beast::websocket::frame_type type, beast::string_view) {

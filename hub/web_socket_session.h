@@ -21,8 +21,8 @@ class WebSocketSession final : public IDeviceLink, public std::enable_shared_fro
     // The hub must outlive the session.
     WebSocketSession(HubStream stream, DeviceHub& hub, LinkInfo info);
 
-    // Answers the upgrade request, then serves the connection to its end.
-    void Start(const beast::http::request<beast::http::string_body>& upgrade);
+    // Answers the upgrade request, with that `Date`, then serves the connection to its end.
+    void Start(const beast::http::request<beast::http::string_body>& upgrade, const std::string& date);
 
     const LinkInfo& Info() const override { return info; }
     void Send(Frame frame, FrameKind kind) override;

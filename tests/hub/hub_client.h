@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <string>
@@ -46,10 +47,16 @@ class HubClient {
             bytes.remove_prefix(static_cast<size_t>(sent));
         }
     }
+    // Each of `headers` ends in CR LF.
+    void Send(const std::string& method, const std::string& target, const std::string& body = {},
+              const std::string& headers = {}) const {
+        SendBytes(method + ' ' + target + " HTTP/1.1\r\nHost: hub\r\n" + headers +
+                  "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
+    }
     // The status, with the body in `answer`; 0 if the connection ended.
-    int Http(const std::string& method, const std::string& target, const std::string& body = {}) {
-        SendBytes(method + ' ' + target + " HTTP/1.1\r\nHost: hub\r\nContent-Length: " +
-                  std::to_string(body.size()) + "\r\n\r\n" + body);
+    int Http(const std::string& method, const std::string& target, const std::string& body = {},
+             const std::string& headers = {}) {
+        Send(method, target, body, headers);
         return ReadAnswer();
     }
     int ReadAnswer() {
@@ -57,7 +64,7 @@ class HubClient {
         while ((end = pending.find("\r\n\r\n")) == pending.npos) {
             if (!Fill(pending.size() + 1)) return 0;
         }
-        const std::string head = Take(end + 4);
+        head = Take(end + 4);
         const size_t length = head.find("Content-Length: ");
         const size_t size = length == head.npos ? 0 : std::stoul(head.substr(length + 16));
         if (!Fill(size)) return 0;
@@ -92,7 +99,13 @@ class HubClient {
         return {opcode, Take(size - codeBytes), code};
     }
 
-    std::string answer;
+    // What comes, up to that many bytes or to the end.
+    std::string Read(size_t most) {
+        Fill(most);
+        return Take(std::min(most, pending.size()));
+    }
+
+    std::string head, answer;  // of the latest answer
 
   private:
     bool Fill(size_t size) {  // `pending` then has that many bytes

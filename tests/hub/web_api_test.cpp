@@ -1,0 +1,165 @@
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include "hub/hub_server.h"
+#include "hub_client.h"
+#include "standins/wirelink/request_signature.h"
+#include "support/test_clock.h"
+
+namespace orrery::hub {
+namespace {
+
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr int64_t ahead = 3600, start = 1'767'323'045 - ahead;
+const std::string date = "Date: Fri, 02 Jan 2026 03:04:05 GMT";
+const std::string said = R"({"NotificationProvider":6,"RecipientId":"n-1"})";
+const std::string bind = "/webapi/bind", data = "/services/notifications/1/n-1";
+
+class WebApi : public testing::Test {
+  protected:
+    ~WebApi() override {
+        server.Stop();
+        thread.join();
+    }
+    // A connection each, for some faults end it.
+    int Ask(const std::string& method, const std::string& target, const std::string& body = {},
+            const std::string& headers = {}) {
+        const std::string signature =
+            wirelink::Signature(2, "orrery-development", {method, target, stamp, "", std::string_view(body)});
+        http = std::make_unique<HubClient>(server.Port());
+        return http->Http(method, target, body, headers + Stamp() + "ZWS2 d:" + signature + "\r\n");
+    }
+    std::string Stamp() const { return "x-zelko-timestamp: " + stamp + "\r\nAuthorization: "; }
+    int Poll(const std::string& tag) { return Ask("GET", data, "", "If-None-Match: " + tag + "\r\n"); }
+    std::string Tag() const {
+        const size_t begin = http->head.find("ETag: ") + 6;
+        return http->head.substr(begin, http->head.find('\r', begin) - begin);
+    }
+    std::string Api(const std::string& method, const std::string& target, const std::string& body = {}) {
+        EXPECT_EQ(api.Http(method, target, body), 200) << body << api.answer;
+        return api.answer;
+    }
+    void Fault(const std::string& members) { Api("POST", "/api/faults", '{' + members + '}'); }
+
+    test::TestClock clock{start};
+    HubServer server{{.port = 0, .clockOffset = ahead}, LogLine()};
+    std::thread thread{[this] { server.Run(); }};
+    HubClient api{server.Port()};
+    std::unique_ptr<HubClient> http;
+    std::string stamp = "2026-01-02T03:04:05.678Z";
+};
+
+TEST_F(WebApi, TakesOnlyWhatIsSignedRightAndInTime) {
+    const std::string v2 = "ZWS2 demo-device:br9dupC/KW0hR3GEg8W7aGi1snrwVxmUJZPDQYLLy4E=";
+    const std::string v1 = "ZWS demo-device:En6KF2RY1BpZYCrddQCzcOOyY46Du/DEPSC+DWPkP/8=";
+    const std::tuple<int, std::string, std::string, int64_t> cases[] = {
+        {200, v2, said, 300}, {200, v1, said, -299}, {401, v2, "{}", 301},   {200, v1, "{}", 0},
+        {403, v2, said, 301}, {403, v1, said, -300}, {401, "ZWS2", said, 0}, {401, "X" + v2, said, 0}};
+    for (const auto& [status, authorization, body, late] : cases) {
+        clock.SetUtc(start + late);
+        const std::string headers = "Content-Type: application/json\r\n" + Stamp() + authorization + "\r\n";
+        EXPECT_EQ(api.Http("POST", bind, body, headers), status) << authorization << body << late;
+        if (status == 200) continue;
+        const std::string time = R"("ServerTime":")" + std::to_string(start + ahead + late) + "\"}";
+        EXPECT_THAT(api.answer, AllOf(StartsWith(R"({"Code":")" + std::to_string(status)), EndsWith(time)));
+    }
+    stamp[10] = ' ';
+    EXPECT_EQ(Ask("POST", bind, said), 403);
+    EXPECT_EQ(api.Http("GET", data), 401);
+}
+
+TEST_F(WebApi, ShowsWhatADeviceSaidLast) {
+    Ask("POST", bind, R"({"NotificationProvider":2})");
+    EXPECT_EQ(Ask("POST", bind, said), 200);
+    const std::string shown = R"("bind":{"provider":6,"recipient":"n-1","binds":2,"time":"2026-)";
+    EXPECT_THAT(Api("GET", "/api/devices?all=1"), HasSubstr(shown));
+    api.Upgrade();
+    api.SendFrame(R"({"Type":10,"DeviceId":"d"})");
+    api.Receive();
+    http->Http("GET", "/api/devices");
+    EXPECT_THAT(http->answer, AllOf(HasSubstr(R"("registrations":1,)"), HasSubstr(shown)));
+}
+
+TEST_F(WebApi, TagOfAResourceChangesWithItsData) {
+    EXPECT_EQ(Poll("nonsense"), 404);
+    EXPECT_EQ(Ask("PUT", data), 201);
+    const std::string first = Tag();
+    EXPECT_EQ(Poll(first), 304);
+    for (const char* bad : {"x", "\"", "W/\"1\"", "\"1\", \"2\""}) EXPECT_EQ(Poll(bad), 400) << bad;
+    Api("POST", "/api/notify", R"({"id":"n-1","message":{"z":1,"a":2}})");
+    EXPECT_EQ(Poll(first), 200);
+    EXPECT_EQ(http->answer, R"({"z":1,"a":2})");
+    EXPECT_EQ(Poll(Tag()), 304);
+    EXPECT_EQ(Ask("PUT", data, "x"), 200);
+    EXPECT_EQ(Ask("PUT", "/services/notifications/1/a%2Fb"), 201);
+    EXPECT_THAT(Api("GET", "/api/data"), HasSubstr(R"("id":"a/b","etag":"\")"));
+    EXPECT_EQ(api.Http("POST", "/api/notify", R"({"id":"a/b","product":"2","message":""})"), 404);
+}
+
+TEST_F(WebApi, EachFaultHitsItsRequestOnce) {
+    Fault(R"("match":"/webapi/","count":2,"status":403,"actions":{"E":{}})");
+    EXPECT_EQ(Ask("PUT", data), 201) << "another target";
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(Ask("POST", bind, said), 403);
+    EXPECT_THAT(http->answer, AllOf(StartsWith(R"({"Code":"403",)"), HasSubstr(R"("Actions":{"E":{}}})")));
+    EXPECT_EQ(Api("GET", "/api/devices?all=1"), "[]") << "refused, and so not bound";
+    const auto began = std::chrono::steady_clock::now();
+    const std::tuple<std::string, int, std::string, std::string> cases[] = {
+        {R"("status":500,"envelope":false)", 500, "text/html", "<html><body></body></html>"},
+        {R"("status":600,"body":"raw")", 600, date, "raw"},
+        {R"("status":304)", 304, date, ""},
+        {R"("dateOffset":-3600)", 200, "Date: Fri, 02 Jan 2026 02:04:05 GMT", "{}"},
+        {R"("etag":"odd","delay":100)", 200, "ETag: odd\r\n", "{}"},
+        {R"("trickle":1)", 200, date, "{}"},
+        {R"("gzip":"broken")", 200, "Content-Encoding: gzip", "no gzip stream begins like this"},
+    };
+    for (const auto& [members, status, head, answer] : cases) {
+        Fault(members);
+        EXPECT_EQ(Ask("POST", bind, said), status) << members;
+        EXPECT_THAT(http->head, HasSubstr(head));
+        EXPECT_EQ(http->answer, answer);
+    }
+    EXPECT_GT(std::chrono::steady_clock::now() - began, std::chrono::milliseconds(200));
+    for (const auto& [members, size] : std::map<std::string, size_t>{
+             {R"("cut":0)", 0}, {R"("cut":20)", 20}, {R"("endless":true)", 1'000'000}}) {
+        Fault(members);
+        Ask("POST", bind, said);
+        EXPECT_EQ(http->Read(1'000'000).size(), size) << members;
+    }
+    EXPECT_EQ(Ask("POST", bind, said), 200) << "no fault is left";
+}
+
+TEST_F(WebApi, RecordsTheLatestThousandExchanges) {
+    Fault(R"("cut":1)");
+    Ask("POST", "/services/s/1/queues/q?x", "m", "x-zelko-label: l\r\n");
+    EXPECT_THAT(Api("GET", "/api/exchanges"),
+                AllOf(HasSubstr(R"("target":"/services/s/1/queues/q?x","device":"d","authorized":"ok",)"),
+                      HasSubstr(R"("status":"cut","etag":null,"contentType":null,"label":"l",)"),
+                      HasSubstr(R"("body":"m","fault":{"cut":1}}])")));
+    for (int i = 0; i < 1000; ++i) api.Http("GET", "/webapi/" + std::to_string(i));
+    const std::string oldest = R"([{"time":"2026-01-02T03:04:05Z","method":"GET","target":"/webapi/0",)";
+    EXPECT_THAT(Api("GET", "/api/exchanges"), StartsWith(oldest + R"("device":null,"authorized":"not)"));
+    Ask("PUT", "/services/s/1/containers/c/1/n", "\xff", "x-zelko-last: true\r\n");
+    EXPECT_THAT(Api("GET", "/api/exchanges"),
+                EndsWith(R"("last":"true","size":1,"body":null,"fault":null}])"));
+    Api("DELETE", "/api/exchanges");
+    EXPECT_EQ(Api("GET", "/api/exchanges"), "[]");
+}
+
+TEST_F(WebApi, RefusesWhatItCannotRead) {
+    for (const char* bad : {R"("match":"x")", R"("status":1000)", R"("etag":"a\r\nb")", R"("body":"b")",
+                            R"("delay":1,"dealy":1)", R"("cut":1,"endless":true)", R"("count":1)"})
+        EXPECT_EQ(api.Http("POST", "/api/faults", '{' + std::string(bad) + '}'), 400) << bad;
+    EXPECT_EQ(api.Http("POST", "/api/notify", R"({"id":"n-1","message":1})"), 400);
+    EXPECT_EQ(Ask("POST", bind, R"({"x":)" + std::string(5'000'000, '[')), 400);
+    for (const char* path : {"/webapi/x", "/services/", "/services/s/1/", "/services/s/1/files/c"})
+        EXPECT_EQ(Ask("PUT", path), 404) << path;
+    EXPECT_EQ(Ask("POST", data), 405);
+}
+
+}  // namespace
+}  // namespace orrery::hub
