@@ -7,6 +7,7 @@
 #include <csignal>
 #include <nlohmann/json.hpp>
 
+#include "agent/message_files.h"
 #include "agent/settings_commands.h"
 
 namespace orrery::agent {
@@ -49,6 +50,7 @@ Agent::~Agent() = default;
 int Agent::Run() {
     std::string problem;
     if (!lock.Take(home.LockFile(), problem)) return Complain(problem);
+    RemoveOldMessages(MessagesFolder(), std::chrono::file_clock::now());
     printer.State("starting");
     if (!Load(problem)) return Complain(problem);
     Start();
@@ -85,6 +87,7 @@ void Agent::Start() {
     scheduler = std::make_unique<SchedulerService>(settings->Util(), events->Gate(), timer);
     router =
         std::make_unique<EventRouter>(EventRouter::Targets{*plugin, *scheduler, workers, printer, *history});
+    settings->Util().Subscribe(u"Scheduler", scheduler.get());
     SchedulerService::StoredTasks tasks;
     settings->Listing().List(taskKeyPrefix, tasks);
     scheduler->Restore(tasks);
@@ -114,6 +117,7 @@ bool Agent::Stop() {
     if (!clean) Complain("executions still run after 40 seconds; the agent ends without them");
     plugin->Stop();
     for (const char16_t* section : watchedSections) settings->Util().Unsubscribe(section, history.get());
+    settings->Util().Unsubscribe(u"Scheduler", scheduler.get());
     if (clean) {
         plugin.reset();
         events.reset();

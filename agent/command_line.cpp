@@ -8,7 +8,11 @@
 
 #include "agent/agent.h"
 #include "agent/control_commands.h"
+#include "agent/install_plan.h"
 #include "agent/installer.h"
+#include "agent/message_commands.h"
+#include "agent/message_files.h"
+#include "agent/seal_commands.h"
 #include "agent/settings_commands.h"
 
 namespace orrery::agent {
@@ -23,6 +27,9 @@ struct Options {
     std::string value;
     std::string file;
     std::string event;
+    std::string message;  // a name or a number
+    bool store = false;
+    bool open = false;
 };
 
 using Action = std::function<int(const AgentHome&)>;
@@ -56,6 +63,22 @@ int WithStore(const AgentHome& home, const std::function<int(SettingsStore&)>& w
     return work(*store);
 }
 
+int Messages(const AgentHome& home, const Options& options) {
+    if (!home.IsInstalled()) return Complain("there is no agent in " + home.Folder());
+    return options.message.empty() ? ListMessages(MessagesFolder(), options.json)
+                                   : ShowMessage(MessagesFolder(), options.message);
+}
+
+int Seal(const AgentHome& home, const Options& options) {
+    const std::string& file = options.file;
+    if (file.empty() && !options.open) return Complain("seal needs a file, or - for standard input");
+    if (options.open && !file.empty()) return PrintOpened(file);
+    if (!options.open && !options.store) return PrintSealed(file);
+    return WithStore(home, [&](SettingsStore& store) {
+        return options.open ? PrintStoredList(store.Util()) : StoreSealed(store.Util(), file);
+    });
+}
+
 CLI::App* AddCommand(CLI::App& parent, const char* name, const char* help, Action& chosen, Action action) {
     CLI::App* command = parent.add_subcommand(name, help);
     command->fallthrough();
@@ -70,6 +93,19 @@ void AddInstall(CLI::App& program, Options& options, Action& chosen) {
     install->add_option("--server", options.install.server, "http, https, ws or wss URL of the server");
     install->add_option("--device", options.install.device, "Device id");
     install->add_option("--site", options.install.site, "Site id");
+    install->add_option("--secret", options.install.secret, "What calls to the server are signed with");
+    install->add_option("--poll", options.install.poll, "Seconds between two polls, 0 for none");
+}
+
+void AddSeal(CLI::App& program, Options& options, Action& chosen) {
+    CLI::App* seal = AddCommand(program, "seal", "Encipher a list of proxies", chosen,
+                                [&options](const AgentHome& home) { return Seal(home, options); });
+    seal->add_option("file", options.file, "The list as JSON; - for standard input");
+    CLI::Option* store =
+        seal->add_flag("--store", options.store, "Set it as the agent's, instead of printing it");
+    seal->add_flag("--open", options.open,
+                   "Print the plain list that is stored, or in the file; it may hold passwords")
+        ->excludes(store);
 }
 
 void AddRunning(CLI::App& program, Options& options, Action& chosen) {
@@ -84,6 +120,10 @@ void AddRunning(CLI::App& program, Options& options, Action& chosen) {
         return WithStore(
             home, [&](SettingsStore& store) { return ShowStatus(home, store.Listing(), options.json); });
     })->add_flag("--json", options.json, "As a JSON object");
+    CLI::App* messages = AddCommand(program, "messages", "What was said to the server in test mode", chosen,
+                                    [&options](const AgentHome& home) { return Messages(home, options); });
+    messages->add_option("name", options.message, "One of the list, or its number");
+    messages->add_flag("--json", options.json, "The list as a JSON array");
 }
 
 void AddSettings(CLI::App& program, Options& options, Action& chosen) {
@@ -155,6 +195,7 @@ int RunCommandLine(int count, char** arguments) {
     program.require_subcommand(1);
     AddInstall(program, options, chosen);
     AddRunning(program, options, chosen);
+    AddSeal(program, options, chosen);
     AddSettings(program, options, chosen);
     try {
         program.parse(Arguments(count, arguments));

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string>
 
+#include "agent/sealed_list.h"
 #include "agent/settings_store.h"
 #include "foundation/message_object.h"
 
@@ -33,7 +34,10 @@ void AddProxyPorts(const CMessageObject& entry, WideView key, std::set<uint16_t>
 void AddConfiguredProxies(const WideString& text, std::set<uint16_t>& ports) {
     CMessageObject document;
     const CMessageObject* entries = nullptr;
-    if (!document.Parse(text) || !document.GetArray(u"ProxyConfig", entries)) return;
+    std::string list;
+    std::string problem;
+    if (!OpenList(ToUtf8(text), list, problem) || !document.Parse(list)) return;
+    if (!document.GetArray(u"ProxyConfig", entries)) return;
     for (const CMessageItem& item : entries->items) {
         if (item.kind == KindObject) AddProxyPorts(*item.value.object, u"proxyList", ports);
     }

@@ -8,10 +8,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "agent/settings_store.h"
-#include "platform/error_codes.h"
 #include "platform/files.h"
-#include "platform/guid.h"
 #include "platform/text.h"
 
 namespace orrery::agent {
@@ -22,10 +19,6 @@ namespace {
 
 constexpr std::array agentFiles = {"Realtime.so", "Eventgate.so", "Iphlpapi.so", "orrery-pac"};
 constexpr std::array utilsFiles = {"Prefstore.so", "Tracebox.so", "Wirelink.so", "WirelinkLC.so"};
-
-constexpr char16_t deviceKey[] = u"Register.Register.DeviceId";
-constexpr char16_t siteKey[] = u"Register.Register.SiteId";
-constexpr char16_t notificationKey[] = u"Register.Notification.NotificationId";
 
 std::string ReadFile(const fs::path& file) {
     std::ifstream input(file, std::ios::binary);
@@ -108,66 +101,7 @@ bool CheckHomePath(const std::string& folder, std::string& problem) {
     return true;
 }
 
-// Writes settings and remembers whether all of it went well.
-class Writer {
-  public:
-    explicit Writer(ConfigUtil& util) : store(util) {}
-
-    bool Failed() const { return result != Success; }
-    uint32_t Result() const { return result; }
-    bool IsSet(const WideString& key) const { return !ReadSetting(store, key).empty(); }
-
-    // A value that is there already isn't written again.
-    void Put(const WideString& key, const WideString& value) {
-        if (!Failed() && ReadSetting(store, key) != value) result = store.WriteValue(key, value, 0);
-    }
-    void PutIfUnset(const WideString& key, const WideString& value) {
-        if (!IsSet(key)) Put(key, value);
-    }
-    void PutNewGuidIfUnset(const WideString& key) {
-        WideString guid;
-        if (IsSet(key) || Failed()) return;
-        if (!platform::NewGuid(guid)) result = NotEnoughMemory;
-        Put(key, guid);
-    }
-
-  private:
-    ConfigUtil& store;
-    uint32_t result = Success;
-};
-
-void PutFirstSettings(Writer& writer) {
-    writer.PutIfUnset(u"Realtime.Notifications.Enabled", u"1");
-    writer.PutIfUnset(u"Realtime.Client.ValidateCertificates", u"1");
-    writer.PutIfUnset(u"Events.Defaults.AllowExecutionsAfter", u"3600");
-}
-
-void PutServer(const ServerUrl& server, Writer& writer) {
-    writer.Put(u"Communications.Method_CommandHub.Scheme", ToWide(server.scheme));
-    writer.Put(u"Communications.Method_CommandHub.Hostname", ToWide(server.hostname));
-    writer.Put(u"Communications.Method_CommandHub.Path", ToWide(server.path));
-}
-
-bool ReadId(const std::optional<std::string>& text, const char* what, std::optional<WideString>& id,
-            std::string& problem) {
-    if (!text) return true;
-    id = ToWide(*text);
-    if (text->find_first_not_of(" \t\r\n") == std::string::npos)
-        problem = std::string("the ") + what + " id is empty";
-    return problem.empty();
-}
-
 }  // namespace
-
-bool PlanInstall(const InstallOptions& options, InstallPlan& plan, std::string& problem) {
-    if (options.server) {
-        ServerUrl url;
-        if (!ParseServerUrl(*options.server, url, problem)) return false;
-        plan.server = url;
-    }
-    return ReadId(options.device, "device", plan.device, problem) &&
-           ReadId(options.site, "site", plan.site, problem);
-}
 
 bool LayOutHome(const AgentHome& home, const std::string& libraries, std::string& problem) {
     if (!CheckHomePath(home.Folder(), problem) || !CheckSources(libraries, problem)) return false;
@@ -181,19 +115,6 @@ bool LayOutHome(const AgentHome& home, const std::string& libraries, std::string
     } catch (const fs::filesystem_error& error) {
         problem = error.what();
     }
-    return problem.empty();
-}
-
-bool ApplyPlan(const InstallPlan& plan, ConfigUtil& store, std::string& problem) {
-    Writer writer(store);
-    const bool first = !writer.IsSet(deviceKey) && !writer.IsSet(notificationKey);
-    if (first) PutFirstSettings(writer);
-    if (plan.server) PutServer(*plan.server, writer);
-    if (plan.site) writer.Put(siteKey, *plan.site);
-    if (plan.device) writer.Put(deviceKey, *plan.device);
-    if (first) writer.PutNewGuidIfUnset(deviceKey);
-    if (plan.device || first) writer.PutNewGuidIfUnset(notificationKey);
-    if (writer.Failed()) problem = "can't write the settings (error " + std::to_string(writer.Result()) + ")";
     return problem.empty();
 }
 

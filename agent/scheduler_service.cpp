@@ -68,6 +68,14 @@ void SchedulerService::RunDue() {
     timer.Set(scheduler.NextTime());
 }
 
+void SchedulerService::OnConfigChange(const char16_t*, const char16_t* group, const char16_t* name,
+                                      const char16_t*, const char16_t*) {
+    if (!EqualNoCase(group, u"Tasks")) return;
+    MutexLock hold(lock);
+    RefreshLocked(name, NowMilliseconds());
+    timer.Set(scheduler.NextTime());
+}
+
 uint32_t SchedulerService::AddLocked(const CMessageObject& body) {
     ScheduleTask task;
     uint32_t result = ReadTaskRequest(body, NowMilliseconds(), SystemLocalOffset, task);
@@ -106,7 +114,7 @@ void SchedulerService::ShortenWaitsLocked(int64_t now) {
     for (const ScheduleTask& task : scheduler.OverlongWaits(now)) KeepLocked(task);
 }
 
-// The store has the last word, for it can be edited by hand: false if the task isn't to run now.
+// False if the task isn't to run now.
 bool SchedulerService::RefreshLocked(const WideString& id, int64_t now) {
     WideString text;
     ScheduleTask task;

@@ -2,7 +2,11 @@
 // `Scheduler.Tasks.<id>`, and hands their actions to the event library when they are due. When that is,
 // Scheduler decides. It doesn't see whether an action succeeds.
 //
-// Handle comes from the delivering thread and the main one; Restore and RunDue from the main thread.
+// The store has the last word: a task that is written there, by the installer or by hand, is taken up at
+// once.
+//
+// Handle comes from the delivering thread and the main one; Restore and RunDue from the main thread;
+// OnConfigChange on the store's notifying thread.
 #pragma once
 
 #include <optional>
@@ -15,7 +19,7 @@
 
 namespace orrery::agent {
 
-class SchedulerService {
+class SchedulerService final : public IConfigChangeObserver {
   public:
     // Keys of the store and their values.
     using StoredTasks = std::vector<std::pair<WideString, WideString>>;
@@ -32,6 +36,9 @@ class SchedulerService {
     void Restore(const StoredTasks& stored);
     // On the timer's wake.
     void RunDue();
+    // Of the section "Scheduler". Its own writes come back here too, and change nothing.
+    void OnConfigChange(const char16_t* section, const char16_t* group, const char16_t* name,
+                        const char16_t* before, const char16_t* after) override;
 
   private:
     uint32_t AddLocked(const CMessageObject& body) REQUIRES(lock);

@@ -4,7 +4,10 @@
 #include <nlohmann/json.hpp>
 
 #include "agent/channel_view.h"
+#include "agent/install_plan.h"
+#include "agent/redaction.h"
 #include "agent/scheduler_service.h"
+#include "agent/sealed_list.h"
 #include "foundation/message_object.h"
 
 namespace orrery::agent {
@@ -93,29 +96,39 @@ Json ChannelOf(const SettingsMap& settings, const std::optional<AgentObservation
     return channel;
 }
 
-Json ProviderOf(const SettingsMap& settings) {
+// Of the last bind that the server took; null if there was none, or it has no such member.
+Json BindMember(const SettingsMap& settings, const char* name) {
     const auto bind = Json::parse(Value(settings, u"Realtime.DeviceBind.LastInfoSent"), nullptr, false);
-    const int provider =
-        bind.is_object() ? static_cast<int>(NumberOr(bind.value("NotificationProvider", Json()).dump(), 0))
-                         : 0;
+    return bind.is_object() ? bind.value(name, Json()) : Json();
+}
+
+Json ProviderOf(const SettingsMap& settings) {
+    const int64_t provider = NumberOr(BindMember(settings, "NotificationProvider").dump(), 0);
     if (provider == 6) return "CommandHub";
     return provider == 2 ? Json("DMP") : Json("none");
 }
 
-// A proxy's address without a user name and password that may stand before its host.
-std::string WithoutUser(std::string text) {
-    for (size_t at = text.find('@'); at != std::string::npos; at = text.find('@')) {
-        const size_t separator = text.find_last_of("/;, ", at);
-        const size_t begin = separator == std::string::npos ? 0 : separator + 1;
-        text.erase(begin, at + 1 - begin);
-    }
-    return text;
+Json RecipientOf(const SettingsMap& settings) {
+    const Json recipient = BindMember(settings, "RecipientId");
+    return recipient.is_string() ? recipient : Json();
+}
+
+Json PollOf(const SettingsMap& settings) {
+    Json poll{{"every", nullptr},
+              {"next", nullptr},
+              {"entityTag", TextOrNull(Value(settings, u"Services.Service_NotificationCheck.ETag"))}};
+    ScheduleTask task;
+    const auto stored = settings.find(pollTaskKey);
+    if (stored == settings.end() || !ReadStoredTask(stored->second, task) || !task.enabled) return poll;
+    if (task.every > 0) poll["every"] = task.every / 1000;
+    poll["next"] = UtcText(task.next);
+    return poll;
 }
 
 Json UsedProxy(const Json& used) {
     const auto text = [&used](const char* key) {
         const auto found = used.find(key);
-        return found != used.end() && found->is_string() ? WithoutUser(found->get<std::string>())
+        return found != used.end() && found->is_string() ? WithoutUsers(found->get<std::string>())
                                                          : std::string();
     };
     const auto mode = used.find("Mode");
@@ -125,13 +138,15 @@ Json UsedProxy(const Json& used) {
     return {{"used", "direct"}};
 }
 
-// An enciphered list says nothing here, not even its length.
 Json ProxyOf(const SettingsMap& settings) {
     const auto used = Json::parse(Value(settings, u"Proxy.Default.LastProxyConfigUsed"), nullptr, false);
     if (used.is_object()) return UsedProxy(used);
     const std::string text = Value(settings, u"Proxy.Default.FallbackList");
     if (text.empty()) return {{"configured", 0}};
-    const auto list = Json::parse(text, nullptr, false);
+    std::string plain;
+    std::string problem;
+    OpenList(text, plain, problem);
+    const auto list = Json::parse(plain, nullptr, false);
     const bool readable = list.is_object() && list.contains("ProxyConfig") && list["ProxyConfig"].is_array();
     return {{"configured", readable ? Json(list["ProxyConfig"].size()) : Json()}};
 }
@@ -239,6 +254,8 @@ Json StatusReport(const SettingsMap& settings, const std::optional<AgentObservat
             {"site", TextOrNull(Value(settings, u"Register.Register.SiteId"))},
             {"channel", ChannelOf(settings, observation, now)},
             {"provider", ProviderOf(settings)},
+            {"recipient", RecipientOf(settings)},
+            {"poll", PollOf(settings)},
             {"proxy", ProxyOf(settings)},
             {"tasks", TasksOf(settings)},
             {"throttled", ThrottledOf(settings, now)}};

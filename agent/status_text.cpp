@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "agent/printable.h"
+
 namespace orrery::agent {
 
 using Json = nlohmann::ordered_json;
@@ -10,7 +12,7 @@ namespace {
 
 std::string Word(const Json& value) {
     if (value.is_null()) return "unknown";
-    return value.is_string() ? value.get<std::string>() : value.dump();
+    return value.is_string() ? Printable(value.get<std::string>()) : value.dump();
 }
 
 std::string Line(const char* title, const std::string& words) {
@@ -34,6 +36,20 @@ std::string ChannelText(const Json& channel) {
     text += Line("last loss", Range(channel["lastLoss"], "after", "before"));
     if (channel["state"] != "connected")
         text += Line("next attempt", Range(channel["nextAttempt"], "from", "to"));
+    return text;
+}
+
+std::string ProviderText(const Json& report) {
+    std::string text = Word(report["provider"]);
+    if (report["provider"] == "DMP") text += ", polled";
+    if (!report["recipient"].is_null()) text += ", last told to the server for " + Word(report["recipient"]);
+    return text;
+}
+
+std::string PollText(const Json& poll) {
+    std::string text = poll["next"].is_null() ? "not scheduled" : "next " + Word(poll["next"]);
+    if (!poll["every"].is_null()) text += ", every " + Word(poll["every"]) + " s";
+    if (!poll["entityTag"].is_null()) text += ", entity tag " + Word(poll["entityTag"]);
     return text;
 }
 
@@ -73,7 +89,8 @@ std::string StatusText(const Json& report) {
     text += Line("device", report["device"].is_null() ? "not registered" : Word(report["device"]));
     text += Line("site", report["site"].is_null() ? "none" : Word(report["site"]));
     text += ChannelText(report["channel"]);
-    text += Line("provider", Word(report["provider"]));
+    text += Line("provider", ProviderText(report));
+    text += Line("polls", PollText(report["poll"]));
     text += Line("proxy", ProxyText(report["proxy"]));
     return text + TasksText(report["tasks"]) + ThrottledText(report["throttled"]);
 }

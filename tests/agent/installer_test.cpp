@@ -4,6 +4,8 @@
 
 #include <fstream>
 
+#include "agent/install_plan.h"
+#include "agent/schedule_task.h"
 #include "agent/settings_import.h"
 #include "support/fake_config_util.h"
 #include "support/temporary_folder.h"
@@ -96,8 +98,45 @@ TEST_F(InstallerTest, SettingsChangeOnlyAsTold) {
     ASSERT_TRUE(Apply({.server = "wss://hub:1/commandhub", .device = {}, .site = "s"}));
     EXPECT_EQ(store.Writes(), writes);
     ASSERT_TRUE(Apply({.server = {}, .device = "d", .site = {}}));
-    EXPECT_EQ(store.Writes(), writes + 1);
+    EXPECT_EQ(store.Writes(), writes + 4);  // the id itself, and where it signs and asks
     EXPECT_EQ(store.Value(u"Register.Notification.NotificationId"), notification);
+}
+
+TEST_F(InstallerTest, CallsFollowServerDeviceAndSecret) {
+    const auto calls = [this] {
+        return ToUtf8(*store.Value(u"Communications.Method_Bind.Scheme") + u" " +
+                      *store.Value(u"Services.Defaults.Hostname") + u" " +
+                      *store.Value(u"Services.Authorization.AuthorizationId") + u" " +
+                      *store.Value(u"Services.Defaults.SiteId") + u" " +
+                      *store.Value(u"Communications.Authorization.Secret"));
+    };
+    ASSERT_TRUE(Apply({.server = "https://hub:1/base", .device = "d"}));
+    EXPECT_EQ(calls(), "https https://hub:1 d default orrery-development");
+    store.Set(u"Services.Defaults.Hostname", u"elsewhere");
+    ASSERT_TRUE(Apply({.device = "e", .site = "s"}) && Apply({.secret = "kept"}));
+    EXPECT_EQ(calls(), "https elsewhere e s kept");
+    ASSERT_TRUE(Apply({.server = "ws://other"}));
+    EXPECT_EQ(calls(), "http http://other e s kept");
+    EXPECT_FALSE(Apply({.secret = std::string(256, 's')}));
+}
+
+TEST_F(InstallerTest, AnOlderHomeGetsItsCallsAndPolls) {
+    store.Set(u"Register.Register.DeviceId", u"d");
+    store.Set(u"Communications.Method_CommandHub.Hostname", u"hub");
+    ASSERT_TRUE(Apply({}));
+    EXPECT_EQ(store.Value(u"Services.Defaults.Hostname"), u"http://hub");
+
+    ScheduleTask task;
+    ASSERT_TRUE(ReadStoredTask(store.Value(pollTaskKey).value(), task));
+    EXPECT_EQ(task.every, 1'800'000);
+    EXPECT_NEAR(static_cast<double>(task.next - NowMilliseconds()), 1'800'000, 60'000);
+    EXPECT_EQ(TaskEvents(task).at(0).items.at(0).name, u"NotificationCheck");
+
+    const uint32_t writes = store.Writes();
+    ASSERT_TRUE(Apply({.poll = 1800}));
+    EXPECT_EQ(store.Writes(), writes);
+    ASSERT_TRUE(Apply({.poll = 0}) && Apply({}));  // and they don't come back unasked
+    EXPECT_FALSE(store.Value(pollTaskKey));
 }
 
 TEST(SettingsImport, LinesAndJsonGiveTheSameAndFaultsAreNamed) {

@@ -159,5 +159,14 @@ TEST_F(SchedulerServiceTest, WhatTheStoreRefusesOrHasLostIsNotRun) {
     EXPECT_EQ(Change(u"SchedulerTaskRemove"), 1168u);
 }
 
+TEST_F(SchedulerServiceTest, TakesUpWhatOthersWriteToTheStore) {
+    Add(R"({"Offset":60})");
+    const WideString text = store.Value(key).value();
+    Change(u"SchedulerTaskRemove");
+    store.Set(key, text);
+    service->OnConfigChange(u"Scheduler", u"Tasks", u"t", u"", text.c_str());
+    EXPECT_TRUE(RunsAt(today + 60));
+}
+
 }  // namespace
 }  // namespace orrery::agent

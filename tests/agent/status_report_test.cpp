@@ -23,12 +23,14 @@ TEST(StatusReport, SaysProxyAndProviderAndNoSecrets) {
          R"({"used":"auto-configuration http://w/p.pac"})", "DMP"},
         {u"", uR"({"ProxyConfig":[{"source":"direct"},{"password":"hidden"}]})", u"broken",
          R"({"configured":2})", "none"},
+        {u"", u"1s7EIQ1fYFQXGOQGZOHsaVkd8MsSQUdCt9v6s8rP6N8R4qzkO5I2IVhNzcf7n/lB", u"", R"({"configured":1})",
+         "none"},
     };
     for (const Case& item : cases) {
         const SettingsMap settings{{u"Proxy.Default.LastProxyConfigUsed", item.used},
                                    {u"Proxy.Default.FallbackList", item.list},
                                    {u"Realtime.DeviceBind.LastInfoSent", item.bind},
-                                   {u"Register.Register.Secret", u"hidden"},
+                                   {u"Communications.Authorization.Secret", u"hidden"},
                                    {u"Register.Register.Password", u"hidden"}};
         const nlohmann::ordered_json report = StatusReport(settings, std::nullopt, 0);
         EXPECT_EQ(report["proxy"].dump(), item.proxy);
