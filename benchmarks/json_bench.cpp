@@ -1,5 +1,5 @@
 // The JSON model against the library under it and against two well-known libraries, on the same texts: a
-// CommandHub frame, documents of 10 KB and 1 MB.
+// CommandHub frame, documents of 10 KB and 1 MB. And how its time grows with the members of an object.
 #include <benchmark/benchmark.h>
 #include <json-parser/json.h>
 #include <rapidjson/document.h>
@@ -120,6 +120,19 @@ void ParseWriteRapidJson(benchmark::State& state) {
     Finish(state);
 }
 
+// One object with that many members: the time grows as the text does.
+void ParseMembers(benchmark::State& state) {
+    std::string text = "{";
+    for (int64_t i = 0; i < state.range(0); ++i)
+        text += (i > 0 ? ",\"Member" : "\"Member") + std::to_string(i) + "\":\"value\"";
+    text += '}';
+    for (auto _ : state) {
+        orrery::CMessageObject object;
+        benchmark::DoNotOptimize(object.Parse(text));
+    }
+}
+
+BENCHMARK(ParseMembers)->RangeMultiplier(10)->Range(100, 100'000);
 BENCHMARK(ParseLibraryAlone)->DenseRange(0, 4);
 BENCHMARK(ParseModel)->DenseRange(0, 4);
 BENCHMARK(ParseWriteModel)->DenseRange(0, 4);
