@@ -8,7 +8,7 @@ build_packages=(
   libgtest-dev libgmock-dev
 )
 run_packages=(curl)
-test_packages=(tinyproxy squid openssl iproute2 binutils)
+test_packages=(tinyproxy squid nginx-light openssl iproute2 binutils)
 bench_packages=(libbenchmark-dev rapidjson-dev jq)
 
 # need_packages NAME... : installs those that are missing; nothing is asked and no service is started.
