@@ -86,7 +86,7 @@ std::string BodyTold(ConfigUtil& store) {
 
 nlohmann::json Measure(const std::string& hub) {
     CDispatcherHelper dispatcher;
-    CSchedulerHelper scheduler(&dispatcher);
+    CSchedulerHelper scheduler(dispatcher);
     CRealtimeEventHandler registry(nullptr, &dispatcher, &scheduler);
     CMessageObject event;
     event.Parse(std::string(R"({"DeviceBind":{"Force":true}})"));

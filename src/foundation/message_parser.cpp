@@ -1,10 +1,12 @@
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include <json-parser/json.h>
 
@@ -87,9 +89,9 @@ struct FreeValue {
 // key.
 class MemberPlaces {
   public:
-    MemberPlaces(CMessageObject& target, size_t count) : target(target), indexed(count > scanLimit) {
+    MemberPlaces(CMessageObject& target, size_t count) : target(target), placeBits(std::bit_width(count)) {
         target.items.reserve(count);
-        if (indexed) firsts.reserve(count);
+        if (count > scanLimit) slots.resize(std::bit_ceil(count + count / 4));
     }
 
     // The place of the item that was put at the end, by its key.
@@ -105,18 +107,30 @@ class MemberPlaces {
   private:
     // The first item of the same key; null if there is none. Then the new one is noted as such.
     CMessageItem* EarlierThan(const CMessageItem& fresh) {
-        if (!indexed) {
+        if (slots.empty()) {
             CMessageItem* at = target.items.data();
             while (at != &fresh && at->name != fresh.name) ++at;
             return at == &fresh ? nullptr : at;
         }
-        const auto [first, isNew] = firsts.try_emplace(fresh.name, target.items.size() - 1);
-        return isNew ? nullptr : &target.items[first->second];
+        const size_t hash = std::hash<WideString>()(fresh.name);
+        const auto mine = static_cast<uint32_t>((hash >> 32 << placeBits) | target.items.size());
+        for (size_t at = hash;; ++at) {
+            uint32_t& slot = slots[at & (slots.size() - 1)];
+            if (slot == 0) {
+                slot = mine;
+                return nullptr;
+            }
+            if (uint64_t{slot ^ mine} >> placeBits != 0) continue;
+            CMessageItem& item = target.items[(slot & ((uint64_t{1} << placeBits) - 1)) - 1];
+            if (item.name == fresh.name) return &item;
+        }
     }
 
     CMessageObject& target;
-    const bool indexed;
-    std::unordered_map<WideString, size_t> firsts;
+    const size_t placeBits;
+    // An index of the first items, small enough for the caches: the lower bits of a slot are the item's place
+    // from 1, those above are of its key's hash. 0 is free. Empty for a small object.
+    std::vector<uint32_t> slots;
 };
 
 // Whether an earlier item of the same key gives its place to a value of this type.
