@@ -3,12 +3,12 @@
 build_packages=(
   g++ cmake ninja-build pkg-config
   libcpprest-dev libjsonparser-dev libpacparser-dev libssl-dev libcurl4-openssl-dev
-  libsqlite3-dev libspdlog-dev libcli11-dev libboost-dev libboost-system-dev
+  zlib1g-dev libsqlite3-dev libspdlog-dev libcli11-dev libboost-dev libboost-system-dev
   libmnl-dev uuid-dev libutfcpp-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev
 )
 run_packages=(curl)
-test_packages=(tinyproxy squid nginx-light openssl iproute2 binutils)
+test_packages=(tinyproxy squid nginx-light openssl iproute2 binutils locales)
 bench_packages=(libbenchmark-dev rapidjson-dev jq)
 
 # need_packages NAME... : installs those that are missing; nothing is asked and no service is started.

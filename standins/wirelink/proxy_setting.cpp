@@ -1,7 +1,6 @@
 #include "proxy_setting.h"
 
 namespace orrery::wirelink {
-namespace {
 
 ProxyValues ValuesOf(const IProxySetting& entry) {
     return {entry.Mode(),
@@ -13,8 +12,6 @@ ProxyValues ValuesOf(const IProxySetting& entry) {
             entry.WPADAutoDetect(),
             entry.Fallback()};
 }
-
-}  // namespace
 
 void ProxySetting::Assign(const IProxySetting& entry) {
     values = ValuesOf(entry);

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <utility>
 
 #include "contracts/wide_string.h"
 #include "contracts/wirelink.h"
+#include "platform/text.h"
 
 namespace orrery::wirelink {
 
@@ -42,9 +44,15 @@ class ProxySetting final : public IProxySetting {
     ProxyValues values;
 };
 
+ProxyValues ValuesOf(const IProxySetting& entry);
+
 // Null reads as empty.
 inline WideString TextOrEmpty(const char16_t* text) {
     return text ? WideString(text) : WideString();
+}
+
+inline std::string Narrow(const char16_t* text) {
+    return ToUtf8(TextOrEmpty(text));
 }
 
 }  // namespace orrery::wirelink

@@ -2,8 +2,12 @@
 
 #include <utility>
 
+#include "connection.h"
 #include "proxy_list.h"
 #include "proxy_setting.h"
+#include "response_record.h"
+#include "service_client.h"
+#include "trust_store.h"
 
 namespace orrery::wirelink {
 
@@ -31,34 +35,49 @@ void Wirelink::ReleaseProxySetting(IProxySetting* entry) {
     delete entry;
 }
 
-IConnection* Wirelink::CreateConnection(const char16_t*, const char16_t*, const char16_t*, uint32_t) {
-    return nullptr;
+IConnection* Wirelink::CreateConnection(const char16_t* userAgent, const char16_t* url, const char16_t* verb,
+                                        uint32_t) {
+    return Connection::Open(Narrow(userAgent), Narrow(url), Narrow(verb), limits, proxyNotifier).release();
 }
 
 void Wirelink::DestroyConnection(IConnection* connection) {
     delete connection;
 }
 
-IServiceClient* Wirelink::CreateServiceClient(const char16_t*, const char16_t*, const char16_t*, int32_t,
-                                              const char16_t*, const char16_t*, const AuthorizationInfo*,
-                                              const char16_t*, const char16_t*) {
-    return nullptr;
+IServiceClient* Wirelink::CreateServiceClient(const char16_t* userAgent, const char16_t* host,
+                                              const char16_t* service, int32_t product,
+                                              const char16_t* productVersion, const char16_t* deviceId,
+                                              const AuthorizationInfo* authorization,
+                                              const char16_t* pathPrefix, const char16_t* siteId) {
+    const ServiceAddress address{.userAgent = Narrow(userAgent),
+                                 .host = Narrow(host),
+                                 .service = Narrow(service),
+                                 .product = product,
+                                 .productVersion = Narrow(productVersion),
+                                 .deviceId = Narrow(deviceId),
+                                 .siteId = Narrow(siteId),
+                                 .pathPrefix = Narrow(pathPrefix)};
+    return ServiceClient::Open(address, authorization, limits, serverClock, proxyNotifier).release();
 }
 
 void Wirelink::CloseServiceClient(IServiceClient** client) {
     if (client) delete std::exchange(*client, nullptr);
 }
 
-void Wirelink::InitResponse(TransportResponse*) {}
+void Wirelink::InitResponse(TransportResponse* response) {
+    if (response) response->size = transportResponseSize;
+}
 
-void Wirelink::FreeResponse(TransportResponse*) {}
+void Wirelink::FreeResponse(TransportResponse* response) {
+    if (response) EmptyResponse(*response);
+}
 
 void Wirelink::SetProxyObserver(IProxyUsedObserver* observer) {
     proxyNotifier.SetObserver(observer);
 }
 
 ITrustStore* Wirelink::CreateTrustStore() {
-    return nullptr;
+    return new TrustStore;
 }
 
 void Wirelink::DestroyTrustStore(ITrustStore* store) {

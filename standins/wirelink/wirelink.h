@@ -1,16 +1,18 @@
 // The transport object: makes and frees the objects of the transport and holds what they share. It does no
-// work of theirs and doesn't own what it has handed out. Safe from any thread.
-//
-// There are no connections, service clients and trust stores yet: asking for one gives null.
+// work of theirs and doesn't own what it has handed out, but outlives it. Safe from any thread.
 #pragma once
 
 #include "contracts/wirelink.h"
+#include "limits.h"
 #include "proxy_notifier.h"
+#include "server_clock.h"
 
 namespace orrery::wirelink {
 
 class Wirelink final : public IWirelink {
   public:
+    explicit Wirelink(const Limits& limits = {}) : limits(limits) {}
+
     IProxyList* CreateProxyList() override;
     void FreeProxyList(IProxyList* list) override;
     IProxySetting* NewProxySetting() override;
@@ -18,6 +20,7 @@ class Wirelink final : public IWirelink {
                                       const char16_t* password, const char16_t* furtherText,
                                       const char16_t* wpadUrl, bool wpadAutoDetect, bool fallback) override;
     void ReleaseProxySetting(IProxySetting* entry) override;
+    // Redirects are never followed and cookies never kept, whatever the flags say.
     IConnection* CreateConnection(const char16_t* userAgent, const char16_t* url, const char16_t* verb,
                                   uint32_t flags) override;
     void DestroyConnection(IConnection* connection) override;
@@ -34,6 +37,8 @@ class Wirelink final : public IWirelink {
     void DestroyTrustStore(ITrustStore* store) override;
 
   private:
+    const Limits limits;
+    ServerClock serverClock;      // of the services; the Web API's callers keep their own
     ProxyNotifier proxyNotifier;  // synchronised by itself
 };
 
