@@ -15,11 +15,13 @@ size_t LastOfValue(WideView text, size_t lineEnd) {
 }  // namespace
 
 bool ParseHeaderText(WideView text, HeaderMap& headers) {
+    size_t colon = 0;
     for (size_t begin = 0;;) {
         begin = text.find_first_not_of(blank, begin);
         if (begin == WideView::npos) return true;
         const size_t lineEnd = text.find(u'\n', begin + 1);
-        const size_t colon = text.find(u':', begin + 1);
+        // Lines without a colon share the next one: a search for each would be quadratic.
+        if (colon <= begin) colon = text.find(u':', begin + 1);
         if (colon == WideView::npos) return true;
         if (colon < lineEnd) {
             const size_t nameEnd = text.find_last_not_of(blank, colon - 1);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include "foundation/numbers.h"
 #include "foundation/service_settings.h"
@@ -31,7 +32,7 @@ bool Report(bool done, const char16_t* operation, const WideString& first, const
 
 }  // namespace
 
-// A client for one operation.
+// Closes its client at its end, unless that was released.
 class CMessageDispatcher::OpenClient {
   public:
     OpenClient(IWirelink& wirelink, IServiceClient* client) : wirelink(wirelink), client(client) {}
@@ -43,6 +44,8 @@ class CMessageDispatcher::OpenClient {
 
     explicit operator bool() const { return client != nullptr; }
     IServiceClient* operator->() const { return client; }
+    IServiceClient* Get() const { return client; }
+    IServiceClient* Release() { return std::exchange(client, nullptr); }
 
   private:
     IWirelink& wirelink;
@@ -73,9 +76,9 @@ IServiceClient* CMessageDispatcher::OpenFor(const CServiceSettings& settings, co
         Trace::Error("the service is of another type", type);
         return nullptr;
     }
-    IServiceClient* client = Create(settings, id);
-    if (client) Equip(client);
-    return client;
+    OpenClient client(*wirelink, Create(settings, id));
+    if (client) Equip(client.Get());
+    return client.Release();
 }
 
 IServiceClient* CMessageDispatcher::Create(const CServiceSettings& settings, const WideString& id) const {

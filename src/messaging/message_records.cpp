@@ -59,11 +59,16 @@ void AppendStatus(WideString& record, uint32_t status) {
     if (status != 0) AppendLine(record, u"HTTPStatusCode=", DecimalText(uint64_t{status}));
 }
 
-WideString OnOneLine(const char16_t* headers) {
-    WideString text = headers;
-    for (size_t end = text.find(u"\r\n"); end != WideString::npos; end = text.find(u"\r\n", end))
-        text.replace(end, 2, listSeparator);
-    return text;
+WideString OnOneLine(WideView headers) {
+    constexpr WideView lineEnd = u"\r\n";
+    WideString text;
+    for (size_t begin = 0;;) {
+        const size_t end = headers.find(lineEnd, begin);
+        text += headers.substr(begin, end - begin);
+        if (end == WideView::npos) return text;
+        text += listSeparator;
+        begin = end + lineEnd.size();
+    }
 }
 
 void AppendReply(WideString& record, const TransportResponse& reply) {

@@ -84,7 +84,8 @@ bool CProxyConfig::AddConfiguredProxies() {
     CMessageObject document;
     const CMessageObject* proxies = nullptr;
     bool anyAdded = false;
-    if (document.Parse(Decipher(*text, plain) ? plain : *text) && document.GetArray(u"ProxyConfig", proxies)) {
+    if (document.Parse(Decipher(*text, plain) ? plain : *text) &&
+        document.GetArray(u"ProxyConfig", proxies)) {
         bool first = true;
         for (const CMessageItem& item : proxies->items) {
             if (item.kind != KindObject || item.value.object->isArray) continue;

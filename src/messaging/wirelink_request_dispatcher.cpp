@@ -34,13 +34,8 @@ CalendarTime ServerTimeNow() {
 // One connection, from its making to its end, with what it was given and what it gave.
 class WirelinkRequestDispatcher::Exchange {
   public:
-    Exchange(IWirelink& wirelink, ConfigUtil& configUtil, IRequest& request)
-        : wirelink(wirelink), request(request), url(request.GetUrl()) {
-        connection =
-            wirelink.CreateConnection(request.GetUserAgent().c_str(), url.c_str(), request.GetVerb().c_str(),
-                                      request.GetFlags() | ConnectionNoRedirects | ConnectionNoCookies);
-        if (connection) Prepare(configUtil);
-    }
+    Exchange(IWirelink& wirelink, IRequest& request)
+        : wirelink(wirelink), request(request), url(request.GetUrl()) {}
     ~Exchange() {
         if (proxyUsed) wirelink.ReleaseProxySetting(proxyUsed);
         if (connection) wirelink.DestroyConnection(connection);
@@ -48,6 +43,15 @@ class WirelinkRequestDispatcher::Exchange {
     }
     Exchange(const Exchange&) = delete;
     Exchange& operator=(const Exchange&) = delete;
+
+    // False if the transport makes no connection.
+    bool Open(ConfigUtil& configUtil) {
+        connection =
+            wirelink.CreateConnection(request.GetUserAgent().c_str(), url.c_str(), request.GetVerb().c_str(),
+                                      request.GetFlags() | ConnectionNoRedirects | ConnectionNoCookies);
+        if (connection) Prepare(configUtil);
+        return connection != nullptr;
+    }
 
     // After the send: what the transport added, and which way it went.
     void NoteWhatWasSent() {
@@ -94,8 +98,8 @@ WirelinkRequestDispatcher::WirelinkRequestDispatcher(ConfigUtil* util, bool logM
 
 uint32_t WirelinkRequestDispatcher::Send(IRequest& request, uint32_t reserved, IRequestResponse& response,
                                          ProxyRecord* proxyUsed) {
-    Exchange exchange(*wirelink, *configUtil, request);
-    uint32_t result = exchange.connection ? Success : InvalidData;
+    Exchange exchange(*wirelink, request);
+    uint32_t result = exchange.Open(*configUtil) ? Success : InvalidData;
     if (result != Success || !SendSigned(exchange, reserved, result)) {
         Trace::Error("a request can't be made", exchange.url, result);
         return result;
@@ -146,8 +150,8 @@ void WirelinkRequestDispatcher::LearnClockOffset(const CalendarTime& date) {
 
 uint32_t WirelinkRequestDispatcher::Download(IRequest& request, const WideString& path,
                                              IRequestResponse& response) {
-    Exchange exchange(*wirelink, *configUtil, request);
-    if (!exchange.connection) {
+    Exchange exchange(*wirelink, request);
+    if (!exchange.Open(*configUtil)) {
         Trace::Error("a request can't be made", exchange.url);
         return InvalidData;
     }

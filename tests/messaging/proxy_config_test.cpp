@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "foundation/aes_cypher.h"
 #include "platform/text.h"
 #include "standins/wirelink/wirelink.h"
 #include "support/test_environment.h"
@@ -79,6 +80,18 @@ TEST_F(ProxyConfigTest, BuildsTheList) {
     }
     EXPECT_FALSE(CProxyConfig(nullptr, &wirelink).IsValid());
     EXPECT_EQ(CProxyConfig(&config, nullptr).GetProxyList(), nullptr);
+}
+
+TEST_F(ProxyConfigTest, ReadsAnEncipheredList) {
+    std::string sealed;
+    CAESCypher().EncipherToText(R"({"ProxyConfig":[{"source":"direct"}]})", sealed);
+    std::string altered = sealed;
+    altered[altered.size() - 8] ^= 1;
+    for (const auto& text : {sealed, altered, sealed + "=", sealed.substr(4), sealed.substr(0, 64)}) {
+        config.Set(listKey, ToWide(text));
+        EXPECT_EQ(Describe(*std::make_unique<CProxyConfig>(&config, &wirelink)),
+                  text == sealed ? "0||||| - none none" : "0|||||f - none none");
+    }
 }
 
 TEST_F(ProxyConfigTest, StoresTheUsedProxyOnlyWhenItChanged) {

@@ -6,6 +6,7 @@
 
 #include "platform/text.h"
 #include "support/call_log.h"
+#include "support/test_clock.h"
 #include "support/test_environment.h"
 #include "support/web_socket_server.h"
 
@@ -53,6 +54,27 @@ TEST_F(WebSocketsClientTest, SendsOnlyWhileConnected) {
     EXPECT_TRUE(client->Send(u"word"));
     log.Take("thrown");
     EXPECT_EQ(client->GetState(), ChannelConnected);
+}
+
+TEST_F(WebSocketsClientTest, TestModeLeavesTheTrafficInFiles) {
+    TestEnvironment& environment = TestEnvironment::Get();
+    environment.Reset();
+    WebSocketServer server(ServerManner::Echoes);
+    TestClock clock;
+    clock.offset = -3600;
+    Make(server.Uri());
+    ASSERT_TRUE(client->Connect());
+    for (const auto& [mode, text] : {std::pair(u"2", u"{a}"), {u"1", u"{}"}, {u"3", u"\u00FC\r\n"}}) {
+        EXPECT_THAT(environment.MessageFiles(), testing::IsEmpty());
+        environment.config.Set(u"Register.Agent.TestMode", mode);
+        EXPECT_TRUE(client->Send(text));
+        log.Take(ToUtf8(text));
+    }
+    const std::string name = " 2023.11.14 21.13.20.000.log";
+    const std::string record = "[REQUEST]\r\nTime=2023-11-14 21:13:20.000\r\nURL=" + ToUtf8(server.Uri()) +
+                               "\r\nBody=\u00FC\r\n\r\nState=Connected\r\n";
+    EXPECT_TRUE(Eventually([&] { return environment.MessageFiles()["Realtime_Get" + name] == record; }));
+    EXPECT_EQ(environment.MessageFiles()["Realtime_Send" + name], record);
 }
 
 TEST_F(WebSocketsClientTest, LosesNoEarlyMessage) {
@@ -122,6 +144,7 @@ TEST_F(WebSocketsClientTest, TheDestructorWaitsForACallbackInside) {
 
 // Else the library would wait for itself.
 TEST_F(WebSocketsClientTest, AHandlerMayCloseAndDestroy) {
+    TestEnvironment::Get().config.Set(u"Register.Agent.TestMode", u"1");
     for (const auto manner : {ServerManner::Echoes, ServerManner::ClosesOnWord}) {
         WebSocketServer server(manner);
         std::promise<void> sent;

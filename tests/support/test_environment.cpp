@@ -9,6 +9,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr char dataFolder[] = "Data/Zelko Security/Zelko Endpoint Agent";
+
 // Before main, so that nobody asks for the store earlier.
 [[maybe_unused]] const TestEnvironment& atStart = TestEnvironment::Get();
 
@@ -28,7 +30,7 @@ TestEnvironment::TestEnvironment() : root(folder.PathOf("agent")) {
 void TestEnvironment::Reset() {
     fs::remove_all(root);
     fs::create_directories(root / "Utils");
-    fs::create_directories(root / "Data");
+    fs::create_directories(root / dataFolder);
     WriteRegistry("[HKEY_LOCAL_MACHINE\\SOFTWARE\\Zelko Security\\SetupEx\\Orrery Agent]\n\"Path\"=\"" +
                   root.string() + "\"\n");
     for (const char* name : {"Eventgate", "Utils/Prefstore", "Utils/Tracebox"}) Replace(name, "services");
@@ -49,6 +51,14 @@ void TestEnvironment::Replace(const std::string& name, const std::string& librar
 
 void TestEnvironment::Remove(const std::string& name) {
     fs::remove(root / (name + ".so"));
+}
+
+std::map<std::string, std::string> TestEnvironment::MessageFiles() const {
+    std::map<std::string, std::string> files;
+    std::error_code noFolder;
+    for (const auto& file : fs::directory_iterator(root / dataFolder / "Messages", noFolder))
+        files[file.path().filename()] = folder.Read(file.path());
+    return files;
 }
 
 void TestEnvironment::WriteRegistry(const std::string& text) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <string>
 
 #include "support/fake_config_util.h"
@@ -22,6 +23,8 @@ class TestEnvironment {
     // Puts a library in the place of `name` ("Eventgate", "Utils/Tracebox"): "no_exports" or "null_objects".
     void Replace(const std::string& name, const std::string& library);
     void Remove(const std::string& name);
+    // The files that the traffic leaves in test mode: name and bytes.
+    std::map<std::string, std::string> MessageFiles() const;
     // The text of the registry file; it isn't completed.
     void WriteRegistry(const std::string& text);
 

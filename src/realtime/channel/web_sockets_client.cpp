@@ -147,6 +147,10 @@ struct WebSocketsMessageHandler {
         WideString text;
         if (!Utf8ToWide(message.extract_string().get(), text)) Trace::Error("a frame can't be converted");
         attempt->cell->Enter([&text](WebSocketsClient& client) { client.OnMessage(text); });
+        // Entered anew: the message's handler may have destroyed the client.
+        if (!IsTestMode()) return;
+        attempt->cell->Enter(
+            [&text](const WebSocketsClient& client) { client.LogTraffic(text, u"Realtime_Get"); });
     }
 };
 
@@ -284,7 +288,6 @@ void WebSocketsClient::Close() {
 
 void WebSocketsClient::OnMessage(const WideString& text) {
     messageHandler.Call(text);
-    if (IsTestMode()) LogTraffic(text, u"Realtime_Get");
 }
 
 void WebSocketsClient::OnClose(int32_t status, const std::string& reason, int32_t errorCode) {

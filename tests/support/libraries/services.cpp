@@ -1,11 +1,12 @@
-// Settings store, dispatch library, log service and module in one: each function gives an object of the
-// program that has loaded the library, or of the program that has loaded the module that has.
+// Settings store, dispatch library, log service, transport and module in one: each function gives an object
+// of the program that has loaded the library, or of the program that has loaded the module that has.
 #include <dlfcn.h>
 
 #include "contracts/config_util.h"
 #include "contracts/eventgate.h"
 #include "contracts/plugin.h"
 #include "contracts/tracebox.h"
+#include "contracts/wirelink.h"
 
 namespace {
 
@@ -35,6 +36,13 @@ orrery::ITracebox* GetITracebox() {
 void FreeITracebox(orrery::ITracebox** tracebox) {
     Use<orrery::ITracebox>("orrery_test_tracebox", -1);
     *tracebox = nullptr;
+}
+orrery::IWirelink* GetIWirelink() {
+    return Use<orrery::IWirelink>("orrery_test_wirelink", 1);
+}
+void FreeIWirelink(orrery::IWirelink** wirelink) {
+    Use<orrery::IWirelink>("orrery_test_wirelink", -1);
+    *wirelink = nullptr;
 }
 orrery::IPluginV1* GetIPlugin() {
     return Use<orrery::IPluginV1>("orrery_test_plugin", 1);
