@@ -11,9 +11,10 @@ namespace bench {
 // The library's pool, as the module sets it. Before the first client.
 void LimitPool();
 
-// How a frame's text is taken from the library: at once, on its thread; or by a continuation, as its
-// documentation shows, which the handler waits for so that frames stay in order.
-enum class Taking { Directly, ByContinuation };
+// How a frame's text is taken from the library: at once, on its thread; the same, and the JSON documents of a
+// push are read by the library that the module has for that, so that it shows what no reader can do without;
+// or by a continuation, as the documentation shows, which the handler waits for so that frames stay in order.
+enum class Taking { Directly, AndParsing, ByContinuation };
 
 class BareReceiver {
   public:

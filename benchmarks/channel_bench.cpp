@@ -109,8 +109,10 @@ int main(int argc, char** argv) {
         const std::string bareBody = folder + "/bare.json";
         const double direct = BareRate(hub, bareBody, bench::Taking::Directly);
         const double continued = BareRate(hub, bareBody, bench::Taking::ByContinuation);
+        const double parsing = BareRate(hub, bareBody, bench::Taking::AndParsing);
         const double ours = ModuleRate(hub, folder + "/module.json");
-        result.push_back({{"direct", direct}, {"continued", continued}, {"ours", ours}});
+        result.push_back(
+            {{"direct", direct}, {"continued", continued}, {"parsing", parsing}, {"ours", ours}});
     }
     std::cout << result.dump() << '\n';
     return 0;
