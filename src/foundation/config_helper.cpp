@@ -1,5 +1,7 @@
 #include "foundation/config_helper.h"
 
+#include <stdexcept>
+
 #include "foundation/install_paths.h"
 #include "foundation/trace.h"
 #include "platform/library.h"
@@ -45,6 +47,12 @@ ConfigUtil* GetConfigUtil() {
     MutexLock lock(storeLock);
     if (!library) LoadLocked();
     return store;
+}
+
+ConfigUtil* ConfigUtilOrThrow(ConfigUtil* util, const char* what) {
+    if (!util) util = GetConfigUtil();
+    if (!util) throw std::invalid_argument(what);
+    return util;
 }
 
 }  // namespace orrery

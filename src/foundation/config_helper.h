@@ -15,5 +15,7 @@ class CConfigHelper {
 // Null if the store can't be had. A failed load is tried again at the next call; a library without the
 // export is not.
 ConfigUtil* GetConfigUtil();
+// `util`, or the process's store for null. Throws std::invalid_argument(what) if there is none.
+ConfigUtil* ConfigUtilOrThrow(ConfigUtil* util, const char* what);
 
 }  // namespace orrery

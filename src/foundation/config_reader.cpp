@@ -1,18 +1,10 @@
 #include "foundation/config_reader.h"
 
-#include <stdexcept>
-
 #include "foundation/config_helper.h"
 
 namespace orrery {
 
 namespace {
-
-ConfigUtil* StoreOrThrow(ConfigUtil* util) {
-    if (!util) util = GetConfigUtil();
-    if (!util) throw std::invalid_argument("ConfigUtil");
-    return util;
-}
 
 bool ReadNotEmpty(ConfigUtil& util, const WideString& key, WideString& out) {
     const WideString* value = nullptr;
@@ -25,7 +17,7 @@ bool ReadNotEmpty(ConfigUtil& util, const WideString& key, WideString& out) {
 
 }  // namespace
 
-CConfigReader::CConfigReader(ConfigUtil* util) : configUtil(StoreOrThrow(util)) {}
+CConfigReader::CConfigReader(ConfigUtil* util) : configUtil(ConfigUtilOrThrow(util, "ConfigUtil")) {}
 
 bool CConfigReader::ReadJson(const WideString& key, CMessageObject& out) const {
     WideString value;

@@ -91,8 +91,7 @@ class WirelinkRequestDispatcher::Exchange {
 };
 
 WirelinkRequestDispatcher::WirelinkRequestDispatcher(ConfigUtil* util, bool logMessages)
-    : configUtil(util ? util : GetConfigUtil()), logMessages(logMessages), wirelink(transport.Get()) {
-    if (!configUtil) throw std::invalid_argument("ConfigUtil");
+    : configUtil(ConfigUtilOrThrow(util, "ConfigUtil")), logMessages(logMessages), wirelink(transport.Get()) {
     if (!wirelink) throw std::logic_error("Cannot Initialize Wirelink");
 }
 

@@ -1,7 +1,5 @@
 #include "realtime/dmp_notifications_manager.h"
 
-#include <stdexcept>
-
 #include "foundation/config_helper.h"
 #include "foundation/registration.h"
 #include "foundation/trace.h"
@@ -12,12 +10,6 @@ namespace {
 
 constexpr char16_t checkService[] = u"Service_NotificationCheck";
 constexpr char16_t createService[] = u"Service_NotificationCreate";
-
-ConfigUtil* StoreOrThrow(ConfigUtil* config) {
-    if (!config) config = GetConfigUtil();
-    if (!config) throw std::invalid_argument("configUtil");
-    return config;
-}
 
 // What a request needs: a registered handler and the notification's id.
 bool Prepare(CNotificationHandler& handler, const char16_t* service, WideString& id) {
@@ -34,7 +26,7 @@ bool Prepare(CNotificationHandler& handler, const char16_t* service, WideString&
 }  // namespace
 
 CDmpNotificationsManager::CDmpNotificationsManager(ConfigUtil* util)
-    : config(StoreOrThrow(util)),
+    : config(ConfigUtilOrThrow(util, "configUtil")),
       checkHandler(std::make_unique<CNotificationHandler>(config)),
       createHandler(std::make_unique<CNotificationHandler>(config)) {}
 

@@ -10,7 +10,6 @@
 #include "events/dispatch/dispatcher_helper.h"
 #include "events/dispatch/event_scheduler.h"
 #include "foundation/config_helper.h"
-#include "foundation/install_paths.h"
 #include "foundation/operating_system.h"
 #include "foundation/registration.h"
 #include "foundation/trace.h"
@@ -83,17 +82,13 @@ class CRealtimeManager::Worker {
 
 CRealtimeManager::CRealtimeManager(ITracebox* tracebox, ConfigUtil* store, IDispatcherHelper* dispatcher,
                                    IPushChainFactory& chain, uint64_t stopTimeout)
-    : config(store ? store : GetConfigUtil()),
+    : config(ConfigUtilOrThrow(store, "configUtil")),
+      wirelink(transport.Get()),
       tracebox(tracebox),
       retry([this](const WideString& interval) { return EvaluateInterval(interval); }),
       dispatcher(dispatcher),
       chain(chain),
       stopTimeout(stopTimeout) {
-    if (!config) throw std::invalid_argument("configUtil");
-    WideString folder;
-    GetUtilsFolder(folder);
-    wirelinkLoader = std::make_unique<CWirelinkLoader>(folder);
-    if (wirelinkLoader->Load()) wirelink = wirelinkLoader->GetInterface();
     if (!wirelink) throw std::invalid_argument("wirelink");
     watcher = chain.MakeWatcher();
     GetConfig();
@@ -107,8 +102,6 @@ CRealtimeManager::~CRealtimeManager() {
         outlived.clear();  // waits
     }
     watcher.reset();
-    wirelinkLoader->ReleaseInterface(&wirelink);
-    wirelinkLoader->Unload();
 }
 
 bool CRealtimeManager::Start() {

@@ -14,7 +14,7 @@
 #include "contracts/config_util.h"
 #include "contracts/tracebox.h"
 #include "contracts/wirelink.h"
-#include "foundation/wirelink_loader.h"
+#include "foundation/wirelink_use.h"
 #include "messaging/proxy_config.h"
 #include "platform/event.h"
 #include "platform/mutex.h"
@@ -100,9 +100,9 @@ class CRealtimeManager final : public IConfigChangeObserver {
     // Whose chain stands: a thread that outlived its Stop leaves its successor's alone.
     const Worker* chainOwner GUARDED_BY(pushLock) = nullptr;
     std::unique_ptr<IConnectionWatcher> watcher GUARDED_BY(pushLock);
-    ConfigUtil* config;
-    IWirelink* wirelink = nullptr;
-    std::unique_ptr<CWirelinkLoader> wirelinkLoader;
+    ConfigUtil* const config;
+    const CWirelinkUse transport;
+    IWirelink* const wirelink;
     std::unique_ptr<CProxyConfig> proxyConfig GUARDED_BY(pushLock);
     ITracebox* const tracebox;
     Mutex readLock;  // one reading of the settings at a time, so that the last one read is the one kept

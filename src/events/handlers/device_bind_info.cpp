@@ -1,7 +1,5 @@
 #include "events/handlers/device_bind_info.h"
 
-#include <stdexcept>
-
 #include "foundation/config_helper.h"
 #include "foundation/trace.h"
 
@@ -11,16 +9,12 @@ namespace {
 
 constexpr char16_t lastInfoKey[] = u"Realtime.DeviceBind.LastInfoSent";
 
-ConfigUtil* StoreOrThrow(ConfigUtil* util) {
-    if (!util) util = GetConfigUtil();
-    if (!util) throw std::invalid_argument("configUtil");
-    return util;
-}
-
 }  // namespace
 
 CDeviceBindInfo::CDeviceBindInfo(uint32_t provider, ConfigUtil* util, WideString recipientId)
-    : configUtil(StoreOrThrow(util)), provider(provider), recipientId(std::move(recipientId)) {
+    : configUtil(ConfigUtilOrThrow(util, "configUtil")),
+      provider(provider),
+      recipientId(std::move(recipientId)) {
     ReadLastInfoSent();
 }
 

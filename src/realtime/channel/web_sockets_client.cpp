@@ -176,8 +176,7 @@ WebSocketsClient::WebSocketsClient(WideString serverUri, IProxyList* proxyList)
     : uri(std::move(serverUri)),
       proxyList(proxyList),
       selfCell(std::make_shared<Cell>(this)),
-      configUtil(GetConfigUtil()) {
-    if (!configUtil) throw std::invalid_argument("configUtil");
+      configUtil(ConfigUtilOrThrow(nullptr, "configUtil")) {
     if (uri.empty()) throw std::invalid_argument("Uri cannot be empty");
     LimitLibraryPool();
     GetConfig();
