@@ -84,12 +84,20 @@ void SystemTest::StartAgent(Environment environment) {
     agent = std::make_unique<Process>(AgentCommand({"run", "--json"}), PathOf("agent"), environment);
 }
 
-void SystemTest::StartBoth() {
+void SystemTest::StartBoth(const Json& settings) {
     StartHub();
-    Install("ws://" + HubAddress());
+    Install("ws://" + HubAddress(), settings);
     StartAgent();
     ASSERT_TRUE(Registered());
     ASSERT_TRUE(Raised("ConnectivityTest"));
+}
+
+void SystemTest::StartWithoutChannel(Json settings) {
+    if (hubPort == 0) StartHub();
+    settings["Realtime.Notifications.Enabled"] = "0";
+    Install("ws://" + HubAddress(), settings);
+    StartAgent();
+    ASSERT_TRUE(Eventually([this] { return folder.Read("agent.out").find("running") != std::string::npos; }));
 }
 
 Command SystemTest::AgentCommand(Command arguments) const {
@@ -103,6 +111,19 @@ std::pair<int, std::string> SystemTest::RunAgent(const Command& arguments) const
 
 void SystemTest::Set(const std::string& key, const std::string& value) const {
     ASSERT_EQ(RunAgent({"settings", "set", key, value}).first, 0);
+}
+
+std::string SystemTest::Answer(const Command& arguments) const {
+    const std::string output = RunAgent(arguments).second;
+    return output.substr(0, output.find('\n'));
+}
+
+Json SystemTest::Requests(const std::string& target, const std::string& member) const {
+    Json values = Json::array();
+    for (const Json& request : Json::parse(Api("/api/exchanges"))) {
+        if (request["target"].get<std::string>().starts_with(target)) values.push_back(request[member]);
+    }
+    return values;
 }
 
 Json SystemTest::Subscribed(const std::string& id) const {

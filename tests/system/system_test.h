@@ -46,12 +46,29 @@ class SystemTest : public testing::Test {
     void Install(const std::string& url, const Json& settings = Json::object());
     void StartAgent(Environment environment = {});
     // Hub and agent, connected.
-    void StartBoth();
+    void StartBoth(const Json& settings = Json::object());
+    // An agent that doesn't want a channel, and a hub unless there is a port for one: they speak when an
+    // event is delivered, and only then.
+    void StartWithoutChannel(Json settings = Json::object());
     Command AgentCommand(Command arguments) const;
     // Exit code and output.
     std::pair<int, std::string> RunAgent(const Command& arguments) const;
     void Set(const std::string& key, const std::string& value) const;
+    // The first line of its output.
+    std::string Answer(const Command& arguments) const;
+    // Empty if it isn't set.
+    std::string Setting(const std::string& key) const { return Answer({"settings", "get", key}); }
+    // What an event's execution gave.
+    std::string Execute(const std::string& name, const Json& parameters = Json::object()) const {
+        return Answer({"event", Json{{name, parameters}}.dump()});
+    }
+    // Of events that are to be tried again, as they are stored.
+    Json Retries() const {
+        return Json::parse(RunAgent({"settings", "list", "Scheduler.Tasks.Retry ", "--json"}).second);
+    }
 
+    // This member of each request that the hub has had at a target with that beginning.
+    Json Requests(const std::string& target, const std::string& member = "status") const;
     // What the hub knows of a device that is connected and has all its topics; empty if it isn't.
     Json Subscribed(const std::string& id = device) const;
     // Until that has come, for the given time since the hub started.
