@@ -109,19 +109,21 @@ void Agent::Wait() {
     }
 }
 
+// The receiver stays to the end: what the last executions ask of the scheduler is still taken.
 bool Agent::Stop() {
     control.reset();
-    events->Gate().SetReceiver(nullptr);
     router->Stop();
     const bool clean = workers.Drain(executionLimit);
     if (!clean) Complain("executions still run after 40 seconds; the agent ends without them");
     plugin->Stop();
     for (const char16_t* section : watchedSections) settings->Util().Unsubscribe(section, history.get());
-    settings->Util().Unsubscribe(u"Scheduler", scheduler.get());
     if (clean) {
         plugin.reset();
-        events.reset();
+        events.reset();  // delivers what is queued
+    } else {
+        events->Gate().SetReceiver(nullptr);
     }
+    settings->Util().Unsubscribe(u"Scheduler", scheduler.get());
     return clean;
 }
 

@@ -36,10 +36,13 @@ class EventRouter final : public IEventReceiver {
     // An event that was not raised but handed to the agent directly: always executed, whatever its name.
     // `completion` is called once, here or on a worker.
     void Deliver(CMessageObject event, Completion completion);
-    // What still waits for a worker is reported as not run.
+    // What still waits for a worker is reported as not run, and the module isn't asked any more. Requests to
+    // the scheduler are taken to the end.
     void Stop() { stopping = true; }
 
   private:
+    void Raised(const CMessageObject& event, bool flag, const Completion& completion);
+    void OnTaskRun(const CMessageObject& body, bool flag);
     void Post(CMessageObject event, Completion completion);
     ExecutionResult Execute(const CMessageObject& event);
     ExecutionResult Schedule(const EventParts& parts);

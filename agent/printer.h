@@ -15,6 +15,7 @@ namespace orrery::agent {
 struct ExecutionResult {
     uint32_t code = 0;
     std::string problem;  // UTF-8; empty: `code` counts
+    bool ran = true;      // false: it never began
 
     bool Succeeded() const { return problem.empty() && code == 0; }
     std::string Text() const { return problem.empty() ? std::to_string(code) : problem; }

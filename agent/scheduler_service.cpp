@@ -20,6 +20,11 @@ void ReportUnreadable(const WideString& id) {
                  ToUtf8(id).c_str());
 }
 
+void FillRun(CMessageObject& body, const TaskRun& run) {
+    body.AddString(u"ScheduleId", run.id);
+    body.AddInt32(u"Run", run.number);
+}
+
 }  // namespace
 
 SchedulerService::SchedulerService(ConfigUtil& store, IEventgate& eventgate, WakeTimer& timer)
@@ -81,15 +86,17 @@ uint32_t SchedulerService::AddLocked(const CMessageObject& body) {
     uint32_t result = ReadTaskRequest(body, NowMilliseconds(), SystemLocalOffset, task);
     if (result == Success) result = scheduler.CheckAdd(task);
     if (result == Success) result = KeepLocked(task);
+    if (result == Success) running.erase(task.id);
     return result;
 }
 
 uint32_t SchedulerService::RemoveLocked(const WideString& id) {
-    if (!scheduler.Find(id)) return NotFound;
+    if (!scheduler.Find(id) && !running.contains(id)) return NotFound;
     WideString text;
     const uint32_t result = store.DeleteValue(taskKeyPrefix + id);
     if (result != Success && store.ReadValue(taskKeyPrefix + id, text, 0) == Success) return result;
     scheduler.Remove(id);
+    running.erase(id);
     return Success;
 }
 
@@ -118,7 +125,11 @@ void SchedulerService::ShortenWaitsLocked(int64_t now) {
 bool SchedulerService::RefreshLocked(const WideString& id, int64_t now) {
     WideString text;
     ScheduleTask task;
-    if (store.ReadValue(taskKeyPrefix + id, text, 0) != Success) {
+    const bool found = store.ReadValue(taskKeyPrefix + id, text, 0) == Success;
+    const auto run = running.find(id);
+    if (run != running.end() && found && text == run->second.stored) return false;
+    if (run != running.end()) running.erase(run);
+    if (!found) {
         scheduler.Remove(id);
         return false;
     }
@@ -132,22 +143,75 @@ bool SchedulerService::RefreshLocked(const WideString& id, int64_t now) {
     return due;
 }
 
-// Raised before it is put away: should the process end in between, the task runs again rather than never.
+// Raised before the next run is noted: should the process end in between, the task runs again rather than
+// never.
 void SchedulerService::RunLocked(const WideString& id, int64_t now) {
     const ScheduleTask task = *scheduler.Find(id);
-    for (const CMessageObject& event : TaskEvents(task)) {
-        WideString text;
-        const bool raised = event.Serialize(text) && eventgate.Dispatch(text, false) == Success;
-        if (!raised)
-            std::fprintf(stderr, "orrery-agent: the task %s couldn't raise an event\n", ToUtf8(id).c_str());
-    }
     const std::optional<ScheduleTask> after = Scheduler::AfterRun(task, now);
-    if (!after) {
-        store.DeleteValue(taskKeyPrefix + id);
-        scheduler.Remove(id);
-    } else if (KeepLocked(*after) != Success) {
-        scheduler.Put(*after);  // goes on in memory; after a restart the run is made up for
+    if (!after) return RunOnceLocked(task);
+    for (const CMessageObject& event : TaskEvents(task)) Dispatch(event, id);
+    // Goes on in memory where the store refuses; after a restart the run is made up for.
+    if (KeepLocked(*after) != Success) scheduler.Put(*after);
+}
+
+void SchedulerService::RunOnceLocked(const ScheduleTask& task) {
+    const TaskRun run{task.id, ++runs};
+    Running& mine = running[task.id];
+    mine = Running();
+    mine.number = run.number;
+    store.ReadValue(taskKeyPrefix + task.id, mine.stored, 0);
+    scheduler.Remove(task.id);
+    for (CMessageObject& event : TaskEvents(task)) {
+        CMessageObject envelope;
+        CMessageObject* const body = envelope.AddObject(WideString(taskRunName), true);
+        FillRun(*body, run);
+        event.name = u"Event";
+        body->AddObjectCopy(event);
+        if (Dispatch(envelope, task.id)) ++mine.pending;
     }
+    if (mine.pending == 0) {
+        store.DeleteValue(taskKeyPrefix + task.id);
+        running.erase(task.id);
+    }
+}
+
+bool SchedulerService::Dispatch(const CMessageObject& event, const WideString& id) const {
+    WideString text;
+    if (event.Serialize(text) && eventgate.Dispatch(text, false) == Success) return true;
+    std::fprintf(stderr, "orrery-agent: the task %s couldn't raise an event\n", ToUtf8(id).c_str());
+    return false;
+}
+
+TaskRun SchedulerService::RunOf(const CMessageObject& body) {
+    TaskRun run;
+    body.GetString(u"ScheduleId", run.id);
+    body.GetInt(u"Run", run.number);
+    return run;
+}
+
+const CMessageObject* SchedulerService::EventOf(const CMessageObject& body) {
+    const CMessageObject* event = nullptr;
+    return body.GetObject(u"Event", event) ? event : nullptr;
+}
+
+void SchedulerService::Executed(const TaskRun& run) {
+    MutexLock hold(lock);
+    const auto found = running.find(run.id);
+    if (found == running.end() || found->second.number != run.number) return;
+    if (--found->second.pending > 0) return;
+    CMessageObject note;
+    FillRun(*note.AddObject(WideString(taskDoneName), true), run);
+    Dispatch(note, run.id);
+}
+
+void SchedulerService::PutAway(const TaskRun& run) {
+    MutexLock hold(lock);
+    const auto found = running.find(run.id);
+    if (found == running.end() || found->second.number != run.number || found->second.pending > 0) return;
+    WideString text;
+    const WideString key = taskKeyPrefix + run.id;
+    if (store.ReadValue(key, text, 0) == Success && text == found->second.stored) store.DeleteValue(key);
+    running.erase(found);
 }
 
 }  // namespace orrery::agent

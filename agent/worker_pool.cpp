@@ -15,12 +15,13 @@ WorkerPool::~WorkerPool() {
     JoinEndedLocked();
 }
 
-bool WorkerPool::Post(std::function<void()> job) {
+bool WorkerPool::Post(const WideString& line, std::function<void()> work) {
     MutexLock lock(mutex);
     if (closed) return false;
     JoinEndedLocked();
-    jobs.push_back(std::move(job));
-    if (waiting < jobs.size() && live < mostWorkers && !StartWorkerLocked() && live == 0) {
+    std::deque<Job>& jobs = lines[line].jobs;
+    jobs.push_back({posted++, line, std::move(work)});
+    if (waiting < StartableLocked() && live < mostWorkers && !StartWorkerLocked() && live == 0) {
         jobs.pop_back();
         return false;
     }
@@ -46,30 +47,56 @@ size_t WorkerPool::WorkerCount() {
 }
 
 void WorkerPool::Work() {
-    std::function<void()> job;
+    Job job;
     while (Take(job)) {
-        job();
-        job = nullptr;  // what it holds goes now, not with the next job
+        job.work();
+        job.work = nullptr;  // what it holds goes now, not with the next job
+        Leave(job.line);
     }
 }
 
-bool WorkerPool::Take(std::function<void()>& job) {
+// A thread that finds nothing to start may go although jobs are left: those of a full line are taken by its
+// threads.
+bool WorkerPool::Take(Job& job) {
     const auto deadline = steady_clock::now() + idleTime;
     MutexLock lock(mutex);
     ++waiting;
-    while (jobs.empty() && !closed) {
-        if (available.wait_until(mutex, deadline) == std::cv_status::timeout) break;
-    }
+    Line* line = NextLocked();
+    for (bool late = false; !line && !closed && !late; line = NextLocked())
+        late = available.wait_until(mutex, deadline) == std::cv_status::timeout;
     --waiting;
-    if (!jobs.empty()) {
-        job = std::move(jobs.front());
-        jobs.pop_front();
+    if (line) {
+        ++line->busy;
+        job = std::move(line->jobs.front());
+        line->jobs.pop_front();
         return true;
     }
     --live;
     endedThreads.push_back(std::this_thread::get_id());
     ended.notify_all();
     return false;
+}
+
+void WorkerPool::Leave(const WideString& line) {
+    MutexLock lock(mutex);
+    const auto found = lines.find(line);
+    if (--found->second.busy == 0 && found->second.jobs.empty()) lines.erase(found);
+}
+
+WorkerPool::Line* WorkerPool::NextLocked() {
+    Line* next = nullptr;
+    for (auto& [name, line] : lines) {
+        if (!line.CanStart()) continue;
+        if (!next || line.jobs.front().number < next->jobs.front().number) next = &line;
+    }
+    return next;
+}
+
+// Jobs that threads could begin with now.
+size_t WorkerPool::StartableLocked() const {
+    size_t count = 0;
+    for (const auto& [name, line] : lines) count += std::min(line.jobs.size(), mostOfLine - line.busy);
+    return count;
 }
 
 bool WorkerPool::StartWorkerLocked() {

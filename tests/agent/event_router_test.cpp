@@ -138,18 +138,17 @@ TEST_F(EventRouterTest, DeliveredEventsAreExecutedWhateverTheirNameAndAnExceptio
 
 TEST_F(EventRouterTest, WhatWaitsAtTheStopIsNotRunAndTheModuleIsGivenBackInOrder) {
     plugin->Start();
-    for (int i = 0; i < 4; ++i) Raise(R"({"Block":{}})");
-    ASSERT_TRUE(test::Eventually([this] { return module.blocked == 4; }));
+    for (int i = 0; i < 2; ++i) Raise(R"({"Block":{}})");
+    ASSERT_TRUE(test::Eventually([this] { return module.blocked == 2; }));
     Raise(R"({"Plain":{}})");
     router->Stop();
     module.release.count_down();
     ASSERT_TRUE(workers.Drain(60s));
-    EXPECT_EQ(Printed().size(), 10u) << "what was not run is reported as well";
+    EXPECT_EQ(Printed().size(), 6u) << "what was not run is reported as well";
     plugin->Stop();
     plugin.reset();
     const char* const block = R"({"Block":{}})";
-    EXPECT_THAT(module.log.Take(),
-                ElementsAre("Start", block, block, block, block, "Stop", "Release", "Free"));
+    EXPECT_THAT(module.log.Take(), ElementsAre("Start", block, block, "Stop", "Release", "Free"));
 }
 
 }  // namespace

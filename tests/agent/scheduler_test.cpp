@@ -90,20 +90,40 @@ class SchedulerServiceTest : public testing::Test {
         return Request(name, R"({"ScheduleId":")" + id + "\"}");
     }
     // Whether the task runs, with all its events; they bear its source if they have none of their own.
+    // Those of a task that runs once come in envelopes, of which `run` is the last.
     bool RunsAt(int64_t time) {
         clock.SetUtc(time);
         service->RunDue();
-        const auto raised = eventgate.Take();
+        std::vector<std::string> raised;
+        for (const auto& [text, flag] : eventgate.Take()) {
+            CMessageObject document;
+            EXPECT_TRUE(document.Parse(text));
+            const CMessageObject* body = nullptr;
+            const bool enclosed = document.GetObject(taskRunName, body);
+            if (enclosed) run = SchedulerService::RunOf(*body);
+            CMessageObject event(enclosed ? *SchedulerService::EventOf(*body) : document);
+            event.name.clear();
+            event.SerializeUtf8(raised.emplace_back());
+        }
         if (raised.size() != 2) return false;
-        EXPECT_EQ(raised[0].first, R"({"A":{"EventSource":"own"}})");
-        EXPECT_EQ(raised[1].first, R"({"B":{"x":[],"EventSource":"T"}})");
+        EXPECT_EQ(raised[0], R"({"A":{"EventSource":"own"}})");
+        EXPECT_EQ(raised[1], R"({"B":{"x":[],"EventSource":"T"}})");
         return true;
+    }
+    // Both events have been executed, and the note of that has come.
+    void EndRun() {
+        service->Executed(run);
+        EXPECT_TRUE(eventgate.Take().empty());
+        service->Executed(run);
+        EXPECT_EQ(eventgate.Take().size(), 1u);
+        service->PutAway(run);
     }
 
     test::TestClock clock{today};
     test::FakeConfigUtil store;
     test::RecordingEventgate eventgate;
     WakeTimer timer;
+    TaskRun run;
     std::optional<SchedulerService> service{std::in_place, store, eventgate, timer};
 };
 
@@ -116,8 +136,30 @@ TEST_F(SchedulerServiceTest, AnExistingTaskIsReplacedOrKeptAndGoneAfterItsOneRun
     EXPECT_TRUE(store.Value(key));
     EXPECT_FALSE(RunsAt(today + 6));
     EXPECT_TRUE(RunsAt(today + 7));
+    EXPECT_FALSE(RunsAt(today + 8));
+    EndRun();
     EXPECT_FALSE(store.Value(key));
     EXPECT_FALSE(RunsAt(today + 999));
+}
+
+TEST_F(SchedulerServiceTest, ATaskIsKeptUntilItsEventsHaveBeenExecuted) {
+    const auto runs = [this](int64_t time) {
+        EXPECT_EQ(Add(R"({"Offset":"5"})"), 0u);
+        EXPECT_TRUE(RunsAt(time));
+    };
+    runs(today + 5);
+    service.emplace(store, eventgate, timer);  // killed meanwhile
+    service->Restore({{key, store.Value(key).value()}});
+    EXPECT_TRUE(RunsAt(today + 6));
+    EXPECT_EQ(Add(R"({"Offset":"50"})"), 0u);  // what the execution asks for stays
+    service->Executed(run);
+    service->PutAway(run);
+    EXPECT_TRUE(RunsAt(today + 56));
+    EndRun();
+    EXPECT_FALSE(store.Value(key));
+    runs(today + 61);
+    EXPECT_EQ(Change(u"SchedulerTaskRemove"), 0u);
+    EXPECT_FALSE(store.Value(key));
 }
 
 TEST_F(SchedulerServiceTest, TasksAndTheirStateOutliveTheAgentAndOverdueOnesRunAtOnce) {

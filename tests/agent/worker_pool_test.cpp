@@ -16,7 +16,7 @@ TEST(WorkerPool, GrowsToItsLimitShrinksToNothingAndDrains) {
     std::latch running(3), release(1), releaseLast(1);
     std::atomic<int> done{0};
     for (int i = 0; i < 9; ++i) {
-        ASSERT_TRUE(pool.Post([&, i] {
+        ASSERT_TRUE(pool.Post(std::u16string(1, static_cast<char16_t>(u'a' + i)), [&, i] {
             if (i < 3) running.count_down();
             release.wait();
             ++done;
@@ -27,11 +27,29 @@ TEST(WorkerPool, GrowsToItsLimitShrinksToNothingAndDrains) {
     release.count_down();
     EXPECT_TRUE(test::Eventually([&] { return done == 9 && pool.WorkerCount() == 0; }));
 
-    ASSERT_TRUE(pool.Post([&] { releaseLast.wait(); }));
+    ASSERT_TRUE(pool.Post(u"a", [&] { releaseLast.wait(); }));
     EXPECT_FALSE(pool.Drain(1ms));
     releaseLast.count_down();
     EXPECT_TRUE(pool.Drain(60s));
-    EXPECT_FALSE(pool.Post([] {}));
+    EXPECT_FALSE(pool.Post(u"a", [] {}));
+}
+
+TEST(WorkerPool, JobsThatHangHoldUpNoneButTheirLike) {
+    WorkerPool pool;
+    std::latch release(1);
+    std::atomic<int> begun{0}, others{0};
+    for (int i = 0; i < 40; ++i) {
+        ASSERT_TRUE(pool.Post(u"hangs", [&] {
+            ++begun;
+            release.wait();
+        }));
+    }
+    for (int i = 0; i < 3; ++i) ASSERT_TRUE(pool.Post(u"other", [&] { ++others; }));
+    EXPECT_TRUE(test::Eventually([&] { return others == 3; }));
+    EXPECT_EQ(begun, 2);
+    release.count_down();
+    EXPECT_TRUE(pool.Drain(60s));
+    EXPECT_EQ(begun, 40);
 }
 
 }  // namespace
