@@ -115,13 +115,14 @@ bool Agent::Stop() {
     router->Stop();
     const bool clean = workers.Drain(executionLimit);
     if (!clean) Complain("executions still run after 40 seconds; the agent ends without them");
+    // Waits for a delivery that may have begun before the stop: later ones leave the module alone.
+    events->Gate().SetReceiver(nullptr);
     plugin->Stop();
     for (const char16_t* section : watchedSections) settings->Util().Unsubscribe(section, history.get());
     if (clean) {
         plugin.reset();
+        events->Gate().SetReceiver(router.get());
         events.reset();  // delivers what is queued
-    } else {
-        events->Gate().SetReceiver(nullptr);
     }
     settings->Util().Unsubscribe(u"Scheduler", scheduler.get());
     return clean;

@@ -1,5 +1,6 @@
 #include "agent/status_report.h"
 
+#include <algorithm>
 #include <charconv>
 #include <nlohmann/json.hpp>
 
@@ -21,10 +22,12 @@ std::string Value(const SettingsMap& settings, const WideString& key) {
     return found == settings.end() ? std::string() : ToUtf8(found->second);
 }
 
+// Of seconds and counts: so that no sum of them, in milliseconds, leaves 64 bits.
 int64_t NumberOr(const std::string& text, int64_t fallback) {
+    constexpr int64_t most = 1'000'000'000'000;
     int64_t number = fallback;
     std::from_chars(text.data(), text.data() + text.size(), number);
-    return number;
+    return std::clamp(number, -most, most);
 }
 
 Json TextOrNull(const std::string& text) {
@@ -81,7 +84,7 @@ Json RetriesOf(RetryState retries) {
 }
 
 Json ChannelOf(const SettingsMap& settings, const std::optional<AgentObservation>& observation, int64_t now) {
-    Json channel{{"state", "not running"},    {"server", TextOrNull(ServerOf(settings))},
+    Json channel{{"state", "not running"},    {"server", TextOrNull(WithoutUsers(ServerOf(settings)))},
                  {"connectedSince", nullptr}, {"lastConnect", nullptr},
                  {"retries", nullptr},        {"lastLoss", nullptr},
                  {"nextAttempt", nullptr}};
@@ -96,21 +99,34 @@ Json ChannelOf(const SettingsMap& settings, const std::optional<AgentObservation
     return channel;
 }
 
-// Of the last bind that the server took; null if there was none, or it has no such member.
-Json BindMember(const SettingsMap& settings, const char* name) {
-    const auto bind = Json::parse(Value(settings, u"Realtime.DeviceBind.LastInfoSent"), nullptr, false);
-    return bind.is_object() ? bind.value(name, Json()) : Json();
+// A setting that holds a document; without members if it holds none. Read by the module's model, as the store
+// may hold anything: it takes any size, and no depth that would be too much.
+CMessageObject DocumentOf(const SettingsMap& settings, const WideString& key) {
+    CMessageObject document;
+    const auto found = settings.find(key);
+    if (found != settings.end()) document.Parse(found->second);
+    return document;
+}
+
+std::string TextOf(const CMessageObject& document, const char16_t* name) {
+    WideString text;
+    return document.GetString(name, text) ? ToUtf8(text) : std::string();
+}
+
+// Of the last bind that the server took.
+CMessageObject BindOf(const SettingsMap& settings) {
+    return DocumentOf(settings, u"Realtime.DeviceBind.LastInfoSent");
 }
 
 Json ProviderOf(const SettingsMap& settings) {
-    const int64_t provider = NumberOr(BindMember(settings, "NotificationProvider").dump(), 0);
+    int32_t provider = 0;
+    BindOf(settings).GetInt(u"NotificationProvider", provider);
     if (provider == 6) return "CommandHub";
     return provider == 2 ? Json("DMP") : Json("none");
 }
 
 Json RecipientOf(const SettingsMap& settings) {
-    const Json recipient = BindMember(settings, "RecipientId");
-    return recipient.is_string() ? recipient : Json();
+    return TextOrNull(TextOf(BindOf(settings), u"RecipientId"));
 }
 
 Json PollOf(const SettingsMap& settings) {
@@ -125,30 +141,25 @@ Json PollOf(const SettingsMap& settings) {
     return poll;
 }
 
-Json UsedProxy(const Json& used) {
-    const auto text = [&used](const char* key) {
-        const auto found = used.find(key);
-        return found != used.end() && found->is_string() ? WithoutUsers(found->get<std::string>())
-                                                         : std::string();
-    };
-    const auto mode = used.find("Mode");
-    const int number = mode != used.end() && mode->is_number_integer() ? mode->get<int>() : 0;
-    if (number == 1) return {{"used", text("ProxyList")}};
-    if (number == 2) return {{"used", "auto-configuration " + text("WPADUrl")}};
-    return {{"used", "direct"}};
+std::string UsedProxy(const CMessageObject& used) {
+    int32_t mode = 0;
+    used.GetInt(u"Mode", mode);
+    if (mode == 1) return WithoutUsers(TextOf(used, u"ProxyList"));
+    return mode == 2 ? "auto-configuration " + HideSecrets(TextOf(used, u"WPADUrl")) : "direct";
 }
 
 Json ProxyOf(const SettingsMap& settings) {
-    const auto used = Json::parse(Value(settings, u"Proxy.Default.LastProxyConfigUsed"), nullptr, false);
-    if (used.is_object()) return UsedProxy(used);
+    const CMessageObject used = DocumentOf(settings, u"Proxy.Default.LastProxyConfigUsed");
+    if (!used.items.empty()) return {{"used", UsedProxy(used)}};
     const std::string text = Value(settings, u"Proxy.Default.FallbackList");
     if (text.empty()) return {{"configured", 0}};
     std::string plain;
     std::string problem;
     OpenList(text, plain, problem);
-    const auto list = Json::parse(plain, nullptr, false);
-    const bool readable = list.is_object() && list.contains("ProxyConfig") && list["ProxyConfig"].is_array();
-    return {{"configured", readable ? Json(list["ProxyConfig"].size()) : Json()}};
+    CMessageObject list;
+    const CMessageObject* proxies = nullptr;
+    const bool readable = list.Parse(plain) && list.GetArray(u"ProxyConfig", proxies);
+    return {{"configured", readable ? Json(proxies->items.size()) : Json()}};
 }
 
 Json TaskOf(const WideString& id, const WideString& text) {

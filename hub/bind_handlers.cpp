@@ -8,7 +8,7 @@ namespace {
 
 HttpResponse Bind(DeviceHub& hub, const HttpRequest& request) {
     const auto body = ReadObject(request.body);
-    if (!body.is_object()) return ErrorAnswer(400, "the body is no JSON object");
+    if (!body.is_object()) return ErrorAnswer(400, unreadableBody);
     std::optional<int64_t> provider;
     std::optional<std::string> recipient;
     const auto number = body.find("NotificationProvider");

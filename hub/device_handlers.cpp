@@ -72,7 +72,7 @@ bool ReadMessages(const Json& body, std::vector<std::string>& messages) {
 
 HttpResponse Push(DeviceHub& hub, const HttpRequest& request) {
     const Json body = ReadObject(request.body);
-    if (!body.is_object()) return ErrorAnswer(400, "the body is no JSON object");
+    if (!body.is_object()) return ErrorAnswer(400, unreadableBody);
     const auto topic = ReadString(body, "topic");
     if (!topic) return ErrorAnswer(400, "topic is missing or no string");
     std::vector<std::string> messages;
@@ -97,7 +97,7 @@ bool IsCloseCode(int64_t code) {
 
 HttpResponse Disconnect(DeviceHub& hub, const HttpRequest& request) {
     const Json body = ReadObject(request.body);
-    if (!body.is_object()) return ErrorAnswer(400, "the body is no JSON object");
+    if (!body.is_object()) return ErrorAnswer(400, unreadableBody);
     const auto device = ReadString(body, "device");
     const auto how = ReadString(body, "how");
     if (!device) return ErrorAnswer(400, "device is missing or no string");

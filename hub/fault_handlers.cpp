@@ -116,7 +116,7 @@ std::string ReadMembers(const Json& body, Fault& fault) {
 
 HttpResponse AddFault(FaultList& faults, const HttpRequest& request) {
     const Json body = ReadObject(request.body);
-    if (!body.is_object()) return ErrorAnswer(400, "the body is no JSON object");
+    if (!body.is_object()) return ErrorAnswer(400, unreadableBody);
     Fault fault;
     const std::string wrong = ReadMembers(body, fault);
     if (!wrong.empty()) return ErrorAnswer(400, wrong);

@@ -11,8 +11,11 @@ namespace orrery::hub {
 // the stack when it is written.
 bool NestedTooDeep(std::string_view text);
 
-// Members keep their order. Discarded (is_object() is false) for what is no object or is nested too deep.
+// Members keep their order. Discarded (is_object() is false) for what is no object, is nested too deep or has
+// an object of more than 20,000 members.
 nlohmann::ordered_json ReadObject(std::string_view text);
+inline constexpr char unreadableBody[] =
+    "the body is no JSON object, or one of more than 512 levels or 20,000 members";
 
 // One line; bytes that are no UTF-8 come out as U+FFFD.
 std::string Dump(const nlohmann::ordered_json& json);

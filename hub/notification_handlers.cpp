@@ -23,7 +23,7 @@ HttpResponse ListData(const DataStore& data) {
 
 HttpResponse Notify(DataStore& data, const HttpRequest& request) {
     Json body = ReadObject(request.body);
-    if (!body.is_object()) return ErrorAnswer(400, "the body is no JSON object");
+    if (!body.is_object()) return ErrorAnswer(400, unreadableBody);
     body.emplace("service", "notifications");
     body.emplace("product", "1");
     for (const char* name : {"id", "service", "product"}) {

@@ -89,7 +89,8 @@ struct FreeValue {
 // key.
 class MemberPlaces {
   public:
-    MemberPlaces(CMessageObject& target, size_t count) : target(target), placeBits(static_cast<size_t>(std::bit_width(count))) {
+    MemberPlaces(CMessageObject& target, size_t count)
+        : target(target), placeBits(static_cast<size_t>(std::bit_width(count))) {
         target.items.reserve(count);
         if (count > scanLimit) slots.resize(std::bit_ceil(count + count / 4));
     }

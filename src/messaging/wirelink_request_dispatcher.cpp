@@ -4,6 +4,7 @@
 
 #include "foundation/config_helper.h"
 #include "foundation/trace.h"
+#include "foundation/url_text.h"
 #include "messaging/authorization.h"
 #include "messaging/certificate_trustworthiness_config.h"
 #include "messaging/message_file.h"
@@ -100,7 +101,7 @@ uint32_t WirelinkRequestDispatcher::Send(IRequest& request, uint32_t reserved, I
     Exchange exchange(*wirelink, request);
     uint32_t result = exchange.Open(*configUtil) ? Success : InvalidData;
     if (result != Success || !SendSigned(exchange, reserved, result)) {
-        Trace::Error("a request can't be made", exchange.url, result);
+        Trace::Error("a request can't be made", WithoutUser(exchange.url), result);
         return result;
     }
     exchange.NoteWhatWasSent();
@@ -109,7 +110,7 @@ uint32_t WirelinkRequestDispatcher::Send(IRequest& request, uint32_t reserved, I
     exchange.InitReply();
     if (result == Success) result = Receive(exchange, response);
     if (logMessages) WriteResponseRecord(exchange.reply, result);
-    if (result != Success) Trace::Error("a request failed", exchange.url, result);
+    if (result != Success) Trace::Error("a request failed", WithoutUser(exchange.url), result);
     return result;
 }
 
@@ -151,19 +152,19 @@ uint32_t WirelinkRequestDispatcher::Download(IRequest& request, const WideString
                                              IRequestResponse& response) {
     Exchange exchange(*wirelink, request);
     if (!exchange.Open(*configUtil)) {
-        Trace::Error("a request can't be made", exchange.url);
+        Trace::Error("a request can't be made", WithoutUser(exchange.url));
         return InvalidData;
     }
     uint32_t status = 0;
     uint32_t result = exchange.connection->Download(path, status);
     const bool isThere = result == Success || result == Continue;
-    if (!isThere) Trace::Error("a download failed", exchange.url, path, status, result);
+    if (!isThere) Trace::Error("a download failed", WithoutUser(exchange.url), path, status, result);
     exchange.NoteWhatWasSent();
     exchange.InitReply();
     if (isThere) {
         const uint32_t received = exchange.connection->Receive(&exchange.reply);
         if (received != Success) {
-            Trace::Error("the reply to a download can't be read", exchange.url, received);
+            Trace::Error("the reply to a download can't be read", WithoutUser(exchange.url), received);
             result = received;
         } else if (exchange.reply.headers) {
             response.SetHeaderText(exchange.reply.headers);

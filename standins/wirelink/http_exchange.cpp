@@ -172,7 +172,8 @@ void HttpExchange::ReadReply(HttpReply& reply) const {
     reply.status = static_cast<uint32_t>(Number(CURLINFO_RESPONSE_CODE));
     curl_header* header = nullptr;
     while ((header = curl_easy_nextheader(easy.get(), CURLH_HEADER, lastAnswer, header))) {
-        reply.headers.emplace_back(header->name, header->value);
+        // The library leaves the line end on a value that is empty.
+        reply.headers.emplace_back(header->name, TrimmedValue(header->value));
     }
 }
 
@@ -242,7 +243,7 @@ size_t HttpExchange::OnBody(char* bytes, size_t, size_t size, void* self) {
 std::string HttpExchange::ContentEncoding() const {
     curl_header* header = nullptr;
     const auto found = curl_easy_header(easy.get(), "Content-Encoding", 0, CURLH_HEADER, lastAnswer, &header);
-    return found == CURLHE_OK ? header->value : "";
+    return std::string(found == CURLHE_OK ? TrimmedValue(header->value) : "");
 }
 
 uint32_t HttpExchange::TakeBody(std::string_view plain) {

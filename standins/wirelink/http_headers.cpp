@@ -14,17 +14,18 @@ namespace {
 constexpr char letters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr char tokenMarks[] = "!#$%&'*+-.^_`|~0123456789";
 
-std::string_view Trimmed(std::string_view text) {
-    const size_t begin = text.find_first_not_of(" \t");
-    if (begin == text.npos) return {};
-    return text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
-}
-
 auto HasName(const std::string& name) {
     return [&name](const auto& header) { return curl_strequal(header.first.c_str(), name.c_str()) != 0; };
 }
 
 }  // namespace
+
+std::string_view TrimmedValue(std::string_view text) {
+    constexpr char blanks[] = " \t\r\n";
+    const size_t begin = text.find_first_not_of(blanks);
+    if (begin == text.npos) return {};
+    return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
+}
 
 bool IsToken(std::string_view text) {
     static const std::string allowed = std::string(letters) + tokenMarks;
@@ -34,7 +35,7 @@ bool IsToken(std::string_view text) {
 bool AddHeader(HeaderList& headers, const std::string& name, std::string_view value) {
     constexpr std::string_view lineEnds("\r\n\0", 3);
     if (!IsToken(name) || value.find_first_of(lineEnds) != value.npos) return false;
-    headers.emplace_back(name, Trimmed(value));
+    headers.emplace_back(name, TrimmedValue(value));
     return true;
 }
 
@@ -63,7 +64,7 @@ std::string KnownEncodings(std::string_view accepted) {
     while (!accepted.empty()) {
         const std::string_view piece = accepted.substr(0, accepted.find(','));
         accepted.remove_prefix(std::min(piece.size() + 1, accepted.size()));
-        const std::string name(Trimmed(piece.substr(0, piece.find(';'))));
+        const std::string name(TrimmedValue(piece.substr(0, piece.find(';'))));
         if (!curl_strequal(name.c_str(), "gzip") && !curl_strequal(name.c_str(), "deflate")) continue;
         known += (known.empty() ? "" : ", ") + name;
     }

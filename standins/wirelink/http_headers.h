@@ -23,6 +23,9 @@ bool ReplaceHeader(HeaderList& headers, const std::string& name, std::string_vie
 const std::string* FindHeader(const HeaderList& headers, const std::string& name);
 void RemoveHeader(HeaderList& headers, const std::string& name);
 
+// Without the blanks and line ends around it.
+std::string_view TrimmedValue(std::string_view text);
+
 // Lines ended by CR LF.
 std::string HeaderLines(const HeaderList& headers);
 

@@ -16,16 +16,20 @@ WideString Trimmed(const WideString& text) {
     return text.substr(begin, text.find_last_not_of(u" \t") - begin + 1);
 }
 
-void AppendSteps(const ProxyValues& entry, std::deque<ProxyValues>& steps) {
+// A piece of a list is an entry of its own, without the rest of the list: that can be long.
+void AppendSteps(ProxyValues entry, std::deque<ProxyValues>& steps) {
     if (entry.mode != ProxyExplicit) {
-        steps.push_back(entry);
+        steps.push_back(std::move(entry));
         return;
     }
-    for (size_t begin = 0; begin < entry.proxyList.size();) {
-        const size_t end = std::min(entry.proxyList.find(u';', begin), entry.proxyList.size());
-        steps.push_back(entry);
-        steps.back().proxyList = Trimmed(entry.proxyList.substr(begin, end - begin));
+    const WideString list = std::exchange(entry.proxyList, {});
+    for (size_t begin = 0; begin < list.size();) {
+        const size_t end = std::min(list.find(u';', begin), list.size());
+        WideString piece = Trimmed(list.substr(begin, end - begin));
         begin = end + 1;
+        if (piece.empty()) continue;
+        steps.push_back(entry);
+        steps.back().proxyList = std::move(piece);
     }
 }
 

@@ -140,7 +140,7 @@ TEST_F(EventRouterTest, WhatWaitsAtTheStopIsNotRunAndTheModuleIsGivenBackInOrder
     plugin->Start();
     for (int i = 0; i < 2; ++i) Raise(R"({"Block":{}})");
     ASSERT_TRUE(test::Eventually([this] { return module.blocked == 2; }));
-    Raise(R"({"Plain":{}})");
+    Raise(R"({"Block":{}})");
     router->Stop();
     module.release.count_down();
     ASSERT_TRUE(workers.Drain(60s));

@@ -16,11 +16,14 @@ TEST(StatusReport, SaysProxyAndProviderAndNoSecrets) {
         const char* proxy;
         const char* provider;
     };
+    const WideString deep = u"{\"NotificationProvider\":" + WideString(500'000, u'[');
     const Case cases[] = {
+        {u"", u"", deep + WideString(500'000, u']') + u"}", R"({"configured":0})", "none"},
         {uR"({"Mode":1,"ProxyList":"http://me:hidden@p:1;q:2","Password":"hidden"})", u"",
          uR"({"NotificationProvider":6})", R"({"used":"http://p:1;q:2"})", "CommandHub"},
-        {uR"({"Mode":2,"WPADUrl":"http://me:hidden@w/p.pac"})", u"", uR"({"NotificationProvider":2})",
-         R"({"used":"auto-configuration http://w/p.pac"})", "DMP"},
+        {uR"({"Mode":2,"WPADUrl":"http://me:hidden@w/p.pac?password=veiled"})", u"",
+         uR"({"NotificationProvider":2})",
+         R"-({"used":"auto-configuration http://w/p.pac?password=(hidden)"})-", "DMP"},
         {u"", uR"({"ProxyConfig":[{"source":"direct"},{"password":"hidden"}]})", u"broken",
          R"({"configured":2})", "none"},
         {u"", u"1s7EIQ1fYFQXGOQGZOHsaVkd8MsSQUdCt9v6s8rP6N8R4qzkO5I2IVhNzcf7n/lB", u"", R"({"configured":1})",
@@ -35,7 +38,8 @@ TEST(StatusReport, SaysProxyAndProviderAndNoSecrets) {
         const nlohmann::ordered_json report = StatusReport(settings, std::nullopt, 0);
         EXPECT_EQ(report["proxy"].dump(), item.proxy);
         EXPECT_EQ(report["provider"], item.provider);
-        EXPECT_THAT(report.dump(), Not(HasSubstr("hidden")));
+        for (const char* secret : {"hidden@", "\"hidden", "veiled"})
+            EXPECT_THAT(report.dump(), Not(HasSubstr(secret)));
     }
 }
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "foundation/trace.h"
+#include "foundation/url_text.h"
 #include "platform/auto_proxy.h"
 #include "platform/text.h"
 
@@ -65,7 +66,7 @@ void ProxyCandidateCollector::CollectProxyCandidates(std::vector<ProxyCandidate>
             try {
                 CollectEntry(*entry, candidates);
             } catch (const std::exception& failure) {
-                Trace::Error("a proxy entry can't be used", entry->ProxyList(), failure.what());
+                Trace::Error("a proxy entry can't be used", entry->Mode(), failure.what());
             }
         }
         proxyList->EndEnumeration();
@@ -83,10 +84,12 @@ void ProxyCandidateCollector::CollectEntry(const IProxySetting& entry,
             AddCandidate(candidates, candidate);
             break;
         case ProxyExplicit: {
-            std::string rest = Narrow(entry.ProxyList());
-            for (std::string piece; !rest.empty();) {
-                if (!SplitOff(rest, ";", piece)) piece = std::exchange(rest, {});
+            const std::string list = Narrow(entry.ProxyList());
+            for (size_t begin = 0; begin < list.size();) {
+                const size_t end = std::min(list.find(';', begin), list.size());
+                const std::string piece = list.substr(begin, end - begin);
                 if (ParseProxyAddress(piece, candidate.address)) AddCandidate(candidates, candidate);
+                begin = end + 1;
             }
             break;
         }
@@ -123,8 +126,8 @@ bool ProxyCandidateCollector::ParseProxyAddress(const std::string& text, std::st
     try {
         address = builder.to_uri().to_string();
         return true;
-    } catch (const web::uri_exception& failure) {
-        Trace::Error("a proxy address was refused", text, failure.what());
+    } catch (const web::uri_exception&) {
+        Trace::Error("a proxy address was refused", WithoutUser(ToWide(text)));
         return false;
     }
 }

@@ -15,6 +15,7 @@
 #include "foundation/registration.h"
 #include "foundation/time_text.h"
 #include "foundation/trace.h"
+#include "foundation/url_text.h"
 #include "messaging/message_file.h"
 #include "platform/clock.h"
 #include "platform/text.h"
@@ -205,7 +206,7 @@ bool WebSocketsClient::SetupConnection() {
         const web::uri parsed(ToUtf8(uri));
         ProxyCandidateCollector(uri, proxyList).CollectProxyCandidates(candidates);
     } catch (const std::exception& failure) {
-        Trace::Error("the server's address was refused", uri, failure.what());
+        Trace::Error("the server's address was refused", WithoutUser(uri), failure.what());
         return false;
     }
     MutexLock hold(clientLock);
@@ -232,11 +233,12 @@ bool WebSocketsClient::TryConnection(const ProxyCandidate& candidate) {
         connected = true;
         OnConnect();
     } catch (const ws::websocket_exception& failure) {
-        Trace::Error("an attempt failed", candidate.address, failure.what(), failure.error_code().value());
+        Trace::Error("an attempt failed", WithoutUser(ToWide(candidate.address)), failure.what(),
+                     failure.error_code().value());
     } catch (const std::exception& failure) {
-        Trace::Error("an attempt failed", candidate.address, failure.what());
+        Trace::Error("an attempt failed", WithoutUser(ToWide(candidate.address)), failure.what());
     } catch (...) {
-        Trace::Error("an attempt failed", candidate.address);
+        Trace::Error("an attempt failed", WithoutUser(ToWide(candidate.address)));
     }
     return connected;
 }
@@ -257,6 +259,8 @@ bool WebSocketsClient::Send(const WideString& text) {
         if (IsTestMode()) LogTraffic(text, u"Realtime_Send");
     } catch (const std::exception& failure) {
         Trace::Error("sending a frame failed", failure.what());
+    } catch (...) {
+        Trace::Error("sending a frame failed");
     }
     return sent;
 }
@@ -282,6 +286,8 @@ void WebSocketsClient::Close() {
         }
     } catch (const std::exception& failure) {
         Trace::Error("closing failed", failure.what());
+    } catch (...) {
+        Trace::Error("closing failed");
     }
 }
 

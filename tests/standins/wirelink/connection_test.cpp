@@ -132,12 +132,14 @@ TEST_F(ConnectionTest, RoutesComeInOrderAndOnce) {
     const auto by = [](const char16_t* list) {
         return ProxyValues{.mode = ProxyExplicit, .proxyList = list};
     };
+    const WideString noneOfMany(300'000, u';');
     const ProxyValues fallback{.mode = ProxyExplicit, .proxyList = u"p:1", .fallback = true};
     const std::tuple<std::vector<ProxyValues>, std::optional<WideString>, const char*> cases[] = {
         {{by(u";u:p@h:1;socks://s;h:x;a b"), other, pac}, {}, " direct"},
         {{fallback, direct, by(u"q"), direct}, {}, " direct http://q:80 http://p:1"},
         {{by(u"p; http://p:80/ ;https://q;[::1]:2")}, {}, " http://p:80 https://q:443 http://[::1]:2"},
         {{by(u"http=a;HTTPS=http://b:1;https=c:2")}, {}, " http://b:1 http://c:2"},
+        {{by(noneOfMany.c_str())}, {}, " direct"},
         {{pac, direct, fallback}, u"", " direct http://p:1"},
         {{pac, fallback}, u"p:1", " http://p:1"},
     };
@@ -226,6 +228,7 @@ TEST_F(ServiceClientTest, TagsAndDataHaveTheirLimits) {
         {Ok(full + "d"), 70'000, false, 70'000, 200, 3},
         {Ok("abc", tagged(300)), 4, true, 3, 200, 3},
         {Ok("abc", tagged(9)), 3, false, 3, 200, 3},
+        {Ok("abc", "ETag: \r\n"), 4, true, 3, 200, 3},
         {"HTTP/1.1 304 No\r\n\r\n", 4, true, 0, 304, 3},
         {"", 4, false, 4, 0, 3},
     };
