@@ -98,6 +98,7 @@ void WebApiGate::Record(const HttpRequest& request, const Authorization& authori
                         {"status", answer.wire.cut ? Json("cut") : Json(answer.status)},
                         {"etag", HeaderOf(request, "if-none-match")},
                         {"contentType", HeaderOf(request, "content-type")},
+                        {"via", HeaderOf(request, "via")},
                         {"label", HeaderOf(request, "x-zelko-label")},
                         {"last", HeaderOf(request, "x-zelko-last")},
                         {"size", request.body.size()},

@@ -37,8 +37,15 @@ class ProxiesTest : public SystemTest {
     void ExpectConnectedThroughProxy() {
         ASSERT_TRUE(Registered());
         EXPECT_EQ(Subscribed()["viaProxy"], "yes");
+        EXPECT_TRUE(Eventually([this] { return IsBoundThroughProxy(); }));
         proxy->End(SIGKILL);  // what went through it dies with it
         EXPECT_TRUE(Eventually([this] { return Subscribed().empty(); }));
+    }
+
+    // The transport takes the channel's way; proxies say so of themselves.
+    bool IsBoundThroughProxy() const {
+        const Json exchanges = Json::parse(Api("/api/exchanges"));
+        return exchanges.size() == 1 && exchanges[0]["status"] == 200 && !exchanges[0]["via"].is_null();
     }
 
     void ExpectConnectedDirectly() {
@@ -58,7 +65,7 @@ class ProxiesTest : public SystemTest {
     std::string SquidConfiguration() const {
         return "auth_param basic program /usr/lib/squid/basic_ncsa_auth " + PathOf("passwords") +
                "\nauth_param basic children 1\nacl known proxy_auth REQUIRED\nacl hub port " +
-               std::to_string(hubPort) + "\nhttp_access allow CONNECT hub known\nhttp_access deny all\n" +
+               std::to_string(hubPort) + "\nhttp_access allow hub known\nhttp_access deny all\n" +
                "http_port " + ProxyAddress() + "\naccess_log none\ncache_log /dev/null\ncache deny all\n" +
                "pid_filename none\nnetdb_filename none\npinger_enable off\nvisible_hostname localhost\n";
     }
