@@ -138,7 +138,7 @@ TEST_F(WebApi, RecordsTheLatestThousandExchanges) {
     Ask("POST", "/services/s/1/queues/q?x", "m", "x-zelko-label: l\r\n");
     EXPECT_THAT(Api("GET", "/api/exchanges"),
                 AllOf(HasSubstr(R"("target":"/services/s/1/queues/q?x","device":"d","authorized":"ok",)"),
-                      HasSubstr(R"("status":"cut","etag":null,"contentType":null,"label":"l",)"),
+                      HasSubstr(R"("status":"cut","etag":null,"contentType":null,"via":null,"label":"l",)"),
                       HasSubstr(R"("body":"m","fault":{"cut":1}}])")));
     for (int i = 0; i < 1000; ++i) api.Http("GET", "/webapi/" + std::to_string(i));
     const std::string oldest = R"([{"time":"2026-01-02T03:04:05Z","method":"GET","target":"/webapi/0",)";
