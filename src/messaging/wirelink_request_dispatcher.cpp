@@ -46,11 +46,11 @@ class WirelinkRequestDispatcher::Exchange {
     Exchange& operator=(const Exchange&) = delete;
 
     // False if the transport makes no connection.
-    bool Open(ConfigUtil& configUtil) {
+    bool Open(ConfigUtil& store) {
         connection =
             wirelink.CreateConnection(request.GetUserAgent().c_str(), url.c_str(), request.GetVerb().c_str(),
                                       request.GetFlags() | ConnectionNoRedirects | ConnectionNoCookies);
-        if (connection) Prepare(configUtil);
+        if (connection) Prepare(store);
         return connection != nullptr;
     }
 
@@ -75,13 +75,13 @@ class WirelinkRequestDispatcher::Exchange {
     TransportResponse reply;
 
   private:
-    void Prepare(ConfigUtil& configUtil) {
+    void Prepare(ConfigUtil& store) {
         HeaderMap headers;
         request.GetHeaders(headers);
         for (const auto& [name, value] : headers) connection->AddHeader(name.c_str(), value.c_str());
-        CProxyConfig proxies(&configUtil, &wirelink);
+        CProxyConfig proxies(&store, &wirelink);
         if (proxies.IsValid()) proxies.AttachToConnection(connection);
-        trust = std::make_shared<CCertificateTrustworthinessConfig>(&wirelink, &configUtil);
+        trust = std::make_shared<CCertificateTrustworthinessConfig>(&wirelink, &store);
         if (trust->IsValid()) trust->ApplyToConnection(connection);
     }
 
