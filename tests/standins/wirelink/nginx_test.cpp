@@ -1,4 +1,4 @@
-// The transport against a server and a proxy that others wrote, started here on loopback.
+// The transport against a server and two proxies that others wrote, started here on loopback.
 #include "system/process.h"
 #include "transport_test.h"
 
@@ -24,10 +24,15 @@ class NginxTest : public TransportTest {
             "server { " +
                 listen + "} }");
         folder.Write("proxy.conf", "Listen 127.0.0.1\nPort " + proxyPort + "\nConnectPort " + securePort);
+        folder.Write("squid.conf", "http_access allow all\nhttp_port 127.0.0.1:" + squidPort +
+                                       "\naccess_log none\ncache_log /dev/null\ncache deny all\npid_filename "
+                                       "none\nnetdb_filename none\npinger_enable off\nvisible_hostname h\n");
         const std::string path = folder.PathOf("");
+        std::filesystem::permissions(path, std::filesystem::perms(0755));  // squid gives up root's rights
         nginx.emplace(Command{"nginx", "-p", path, "-c", "nginx.conf", "-e", "error"}, path + "nginx");
         proxy.emplace(Command{"tinyproxy", "-d", "-c", path + "proxy.conf"}, path + "proxy");
-        for (const std::string& each : {port, proxyPort}) {
+        squid.emplace(Command{"/usr/sbin/squid", "-N", "-f", path + "squid.conf"}, path + "squid");
+        for (const std::string& each : {port, proxyPort, squidPort}) {
             const auto connection = Open("http://127.0.0.1:" + each);
             ASSERT_TRUE(Eventually([&] { return Send(*connection) != CannotConnect; }));
         }
@@ -38,7 +43,8 @@ class NginxTest : public TransportTest {
     static std::string FreePort() { return ScriptedServer({}).port; }
 
     const std::string port = FreePort(), securePort = FreePort(), proxyPort = FreePort();
-    std::optional<Process> nginx, proxy;
+    const std::string squidPort = FreePort();
+    std::optional<Process> nginx, proxy, squid;
 };
 
 TEST_F(NginxTest, PinsAndAuthoritiesDecideTogether) {
@@ -70,9 +76,11 @@ TEST_F(NginxTest, PinsAndAuthoritiesDecideTogether) {
 TEST_F(NginxTest, BodiesGoAndComeWhole) {
     std::string body(size_t{8} << 20, 'b');
     for (size_t i = 0; i < body.size(); i += 7) body[i] = static_cast<char>(i);
-    const ProxyValues proxied{.mode = ProxyExplicit, .proxyList = ToWide("127.0.0.1:" + proxyPort)};
+    const auto by = [](const std::string& proxy) {
+        return ProxyValues{.mode = ProxyExplicit, .proxyList = ToWide("127.0.0.1:" + proxy)};
+    };
     for (const std::string& url : {"http://localhost:" + port, "https://localhost:" + securePort}) {
-        for (const ProxyValues& entry : {ProxyValues(), proxied}) {
+        for (const ProxyValues& entry : {ProxyValues(), by(proxyPort), by(squidPort)}) {
             const auto request = [&](const char* verb, const char* target, const std::string& sent) {
                 const auto connection = Open(url + target, verb);
                 connection->SetProxies({entry});
