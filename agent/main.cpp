@@ -1,7 +1,7 @@
 #include <cstdio>
 #include <exception>
 
-#include "agent/command_line.h"
+#include "agent/command_line/command_line.h"
 
 int main(int count, char** arguments) {
     try {

@@ -9,13 +9,13 @@
 #include <stdexcept>
 #include <string>
 
-#include "events/dispatch/dispatcher_helper.h"
-#include "events/dispatch/scheduler_helper.h"
-#include "events/handlers/realtime_event_handler.h"
-#include "foundation/config_helper.h"
-#include "foundation/time_text.h"
+#include "events/dispatcher_helper.h"
+#include "events/scheduler_helper.h"
+#include "foundation/settings/config_helper.h"
+#include "foundation/text/time_text.h"
+#include "module/realtime_event_handler.h"
 #include "platform/clock.h"
-#include "standins/wirelink/request_signature.h"
+#include "standins/wirelink/signature/request_signature.h"
 
 namespace {
 

@@ -11,11 +11,11 @@
 
 #include "benchmarks/arrival_clock.h"
 #include "benchmarks/bare_receiver.h"
-#include "events/dispatch/dispatcher_helper.h"
-#include "foundation/config_helper.h"
-#include "realtime/channel/web_sockets_client.h"
-#include "realtime/command_hub_client.h"
-#include "realtime/push_manager.h"
+#include "channel/command_hub_client.h"
+#include "channel/push_manager.h"
+#include "channel/socket/web_sockets_client.h"
+#include "events/dispatcher_helper.h"
+#include "foundation/settings/config_helper.h"
 
 namespace {
 

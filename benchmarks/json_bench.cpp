@@ -10,7 +10,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "foundation/message_object.h"
+#include "foundation/json/message_object.h"
 
 namespace {
 

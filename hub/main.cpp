@@ -6,7 +6,7 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "hub/hub_options.h"
+#include "hub/server/hub_options.h"
 
 namespace {
 

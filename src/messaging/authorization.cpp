@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "foundation/numbers.h"
+#include "foundation/text/numbers.h"
 #include "foundation/trace.h"
 #include "platform/text.h"
 

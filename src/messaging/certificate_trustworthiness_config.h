@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "contracts/wirelink.h"
-#include "foundation/config_reader.h"
+#include "foundation/settings/config_reader.h"
 
 namespace orrery {
 

@@ -5,8 +5,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "foundation/numbers.h"
-#include "foundation/service_settings.h"
+#include "foundation/settings/service_settings.h"
+#include "foundation/text/numbers.h"
 #include "foundation/trace.h"
 #include "messaging/authorization.h"
 #include "messaging/certificate_trustworthiness_config.h"

@@ -1,7 +1,7 @@
 #include "messaging/message_file.h"
 
-#include "foundation/install_paths.h"
-#include "foundation/time_text.h"
+#include "foundation/system/install_paths.h"
+#include "foundation/text/time_text.h"
 #include "foundation/trace.h"
 #include "platform/files.h"
 #include "platform/text.h"

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "foundation/numbers.h"
-#include "foundation/time_text.h"
+#include "foundation/text/numbers.h"
+#include "foundation/text/time_text.h"
 #include "messaging/message_file.h"
 #include "messaging/request_body.h"
 #include "messaging/web_api_request.h"

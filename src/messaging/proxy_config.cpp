@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "foundation/aes_cypher.h"
-#include "foundation/message_object.h"
-#include "foundation/registration.h"
+#include "foundation/cypher/aes_cypher.h"
+#include "foundation/json/message_object.h"
+#include "foundation/settings/registration.h"
 #include "foundation/trace.h"
 #include "messaging/proxy_settings_json.h"
 

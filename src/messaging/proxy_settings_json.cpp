@@ -1,6 +1,6 @@
 #include "messaging/proxy_settings_json.h"
 
-#include "foundation/message_object.h"
+#include "foundation/json/message_object.h"
 
 namespace orrery {
 

@@ -1,6 +1,6 @@
 #include "messaging/request_body.h"
 
-#include "foundation/message_object.h"
+#include "foundation/json/message_object.h"
 #include "foundation/trace.h"
 
 namespace orrery {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "foundation/config_helper.h"
-#include "foundation/config_reader.h"
-#include "foundation/time_text.h"
+#include "foundation/settings/config_helper.h"
+#include "foundation/settings/config_reader.h"
+#include "foundation/text/time_text.h"
 #include "messaging/url_template.h"
 #include "platform/clock.h"
 #include "platform/guid.h"

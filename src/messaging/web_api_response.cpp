@@ -4,8 +4,8 @@
 #include <new>
 #include <string>
 
-#include "events/dispatch/dispatcher_helper.h"
-#include "foundation/numbers.h"
+#include "events/dispatcher_helper.h"
+#include "foundation/text/numbers.h"
 #include "foundation/trace.h"
 #include "platform/error_codes.h"
 

@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "contracts/calendar_time.h"
-#include "foundation/message_object.h"
+#include "foundation/json/message_object.h"
 #include "messaging/header_text.h"
 
 namespace orrery {

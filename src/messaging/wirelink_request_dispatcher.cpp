@@ -2,9 +2,9 @@
 
 #include <stdexcept>
 
-#include "foundation/config_helper.h"
+#include "foundation/settings/config_helper.h"
+#include "foundation/text/url_text.h"
 #include "foundation/trace.h"
-#include "foundation/url_text.h"
 #include "messaging/authorization.h"
 #include "messaging/certificate_trustworthiness_config.h"
 #include "messaging/message_file.h"

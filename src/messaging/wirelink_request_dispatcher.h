@@ -9,7 +9,7 @@
 
 #include "contracts/config_util.h"
 #include "contracts/wirelink.h"
-#include "foundation/wirelink_use.h"
+#include "foundation/libraries/wirelink_use.h"
 
 namespace orrery {
 

@@ -29,8 +29,7 @@ class Event {
 
 enum WaitResult : int { WaitTimeout = -1, WaitFailed = -2 };
 
-// The index of the lowest signalled event, or a WaitResult. The events outlive the wait. It waits by the
-// system's steady time, not by platform/clock.h.
+// The index of the lowest signalled event, or a WaitResult. The events outlive the wait.
 int WaitForAny(std::span<Event* const> events, uint64_t milliseconds);
 
 }  // namespace orrery::platform

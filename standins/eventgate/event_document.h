@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "contracts/wide_string.h"
-#include "foundation/message_object.h"
+#include "foundation/json/message_object.h"
 
 namespace orrery::eventgate {
 

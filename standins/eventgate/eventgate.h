@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "contracts/eventgate.h"
-#include "foundation/message_object.h"
+#include "foundation/json/message_object.h"
 #include "platform/mutex.h"
 
 namespace orrery::eventgate {

@@ -1,7 +1,7 @@
 // The library's exports. The store is made at the first call and destroyed with the library.
 #include <string>
 
-#include "foundation/install_paths.h"
+#include "foundation/system/install_paths.h"
 #include "platform/files.h"
 #include "standins/prefstore/store.h"
 

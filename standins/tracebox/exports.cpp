@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "contracts/tracebox.h"
-#include "foundation/install_paths.h"
+#include "foundation/system/install_paths.h"
 #include "platform/files.h"
 #include "standins/counted_object.h"
 #include "standins/tracebox/tracebox.h"

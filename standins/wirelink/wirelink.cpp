@@ -2,12 +2,12 @@
 
 #include <utility>
 
-#include "connection.h"
-#include "proxy_list.h"
-#include "proxy_setting.h"
-#include "response_record.h"
-#include "service_client.h"
-#include "trust_store.h"
+#include "standins/wirelink/http/connection.h"
+#include "standins/wirelink/http/response_record.h"
+#include "standins/wirelink/proxy/proxy_list.h"
+#include "standins/wirelink/proxy/proxy_setting.h"
+#include "standins/wirelink/services/service_client.h"
+#include "standins/wirelink/trust/trust_store.h"
 
 namespace orrery::wirelink {
 

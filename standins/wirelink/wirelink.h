@@ -3,9 +3,9 @@
 #pragma once
 
 #include "contracts/wirelink.h"
-#include "limits.h"
-#include "proxy_notifier.h"
-#include "server_clock.h"
+#include "standins/wirelink/base/limits.h"
+#include "standins/wirelink/proxy/proxy_notifier.h"
+#include "standins/wirelink/services/server_clock.h"
 
 namespace orrery::wirelink {
 

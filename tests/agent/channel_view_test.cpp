@@ -1,4 +1,4 @@
-#include "agent/channel_view.h"
+#include "agent/status/channel_view.h"
 
 #include <gtest/gtest.h>
 

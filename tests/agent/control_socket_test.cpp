@@ -3,9 +3,9 @@
 
 #include <future>
 
-#include "agent/control_client.h"
-#include "agent/control_server.h"
-#include "agent/control_socket.h"
+#include "agent/control/control_client.h"
+#include "agent/control/control_server.h"
+#include "agent/control/control_socket.h"
 #include "support/temporary_folder.h"
 
 namespace orrery::agent {

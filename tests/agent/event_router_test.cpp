@@ -1,4 +1,4 @@
-#include "agent/event_router.h"
+#include "agent/events/event_router.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>

@@ -1,12 +1,12 @@
-#include "agent/installer.h"
+#include "agent/install/installer.h"
 
 #include <gmock/gmock.h>
 
 #include <fstream>
 
-#include "agent/install_plan.h"
-#include "agent/schedule_task.h"
-#include "agent/settings_import.h"
+#include "agent/install/install_plan.h"
+#include "agent/schedule/schedule_task.h"
+#include "agent/settings/settings_import.h"
 #include "support/fake_config_util.h"
 #include "support/temporary_folder.h"
 

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
-#include "agent/message_commands.h"
-#include "agent/message_files.h"
+#include "agent/command_line/message_commands.h"
+#include "agent/messages/message_files.h"
 #include "support/temporary_folder.h"
 
 namespace orrery::agent {

@@ -1,8 +1,8 @@
-#include "agent/scheduler.h"
+#include "agent/schedule/scheduler.h"
 
 #include <gtest/gtest.h>
 
-#include "agent/scheduler_service.h"
+#include "agent/schedule/scheduler_service.h"
 #include "support/fake_config_util.h"
 #include "support/recording_services.h"
 #include "support/test_clock.h"

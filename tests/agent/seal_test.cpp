@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "agent/sealed_list.h"
+#include "agent/settings/sealed_list.h"
 
 namespace orrery::agent {
 namespace {

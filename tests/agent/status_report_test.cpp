@@ -1,4 +1,4 @@
-#include "agent/status_report.h"
+#include "agent/status/status_report.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "agent/worker_pool.h"
+#include "agent/events/worker_pool.h"
 
 #include <gtest/gtest.h>
 

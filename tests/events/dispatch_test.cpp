@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "events/dispatch/dispatcher_helper.h"
-#include "events/dispatch/scheduler_helper.h"
+#include "events/dispatcher_helper.h"
+#include "events/scheduler_helper.h"
 #include "platform/error_codes.h"
 #include "support/test_environment.h"
 

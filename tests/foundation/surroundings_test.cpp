@@ -3,12 +3,12 @@
 
 #include <stdexcept>
 
-#include "foundation/config_helper.h"
-#include "foundation/config_reader.h"
-#include "foundation/install_paths.h"
-#include "foundation/loader.h"
-#include "foundation/registration.h"
-#include "foundation/wirelink_loader.h"
+#include "foundation/libraries/loader.h"
+#include "foundation/libraries/wirelink_loader.h"
+#include "foundation/settings/config_helper.h"
+#include "foundation/settings/config_reader.h"
+#include "foundation/settings/registration.h"
+#include "foundation/system/install_paths.h"
 #include "platform/files.h"
 #include "support/test_environment.h"
 

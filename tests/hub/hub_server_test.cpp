@@ -1,4 +1,4 @@
-#include "hub/hub_server.h"
+#include "hub/server/hub_server.h"
 
 #include <gmock/gmock.h>
 

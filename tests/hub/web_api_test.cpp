@@ -2,9 +2,9 @@
 
 #include <thread>
 
-#include "hub/hub_server.h"
+#include "hub/server/hub_server.h"
 #include "hub_client.h"
-#include "standins/wirelink/request_signature.h"
+#include "standins/wirelink/signature/request_signature.h"
 #include "support/test_clock.h"
 
 namespace orrery::hub {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "foundation/aes_cypher.h"
+#include "foundation/cypher/aes_cypher.h"
 #include "platform/text.h"
 #include "standins/wirelink/wirelink.h"
 #include "support/test_environment.h"

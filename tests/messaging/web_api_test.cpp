@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "events/dispatch/dispatcher_helper.h"
+#include "events/dispatcher_helper.h"
 #include "messaging/request_body.h"
 #include "messaging/web_api_request.h"
 #include "messaging/web_api_response.h"

@@ -6,8 +6,8 @@
 #include <memory>
 #include <stdexcept>
 
+#include "manager/push_chain_factory.h"
 #include "platform/text.h"
-#include "realtime/push_chain_factory.h"
 #include "support/call_log.h"
 
 namespace orrery::test {

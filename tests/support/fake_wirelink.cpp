@@ -1,8 +1,8 @@
 #include "support/fake_wirelink.h"
 
-#include "foundation/time_text.h"
+#include "foundation/text/time_text.h"
 #include "platform/text.h"
-#include "standins/wirelink/proxy_list.h"
+#include "standins/wirelink/proxy/proxy_list.h"
 
 namespace orrery::test {
 

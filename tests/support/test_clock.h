@@ -1,8 +1,10 @@
 // A clock that stands until it is told to go on. It is the process's clock for as long as it lives; any
-// thread may read it and set it.
+// thread may read it, set it and wait by it. Who waits for a time that has come goes on within a millisecond.
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <thread>
 
 #include "platform/clock.h"
 
@@ -26,9 +28,25 @@ class TestClock final : public platform::Clock {
         steady += seconds * platform::ticksPerSecond;
     }
 
+    // Advances once a thread waits for a later time than this; false if none does within 10 seconds.
+    bool AdvanceWaiter(int64_t seconds) {
+        const int64_t before = waits;
+        for (int i = 0; i < 10'000; ++i) {
+            // Two questions: the first may have been asked before the last advance.
+            if (waits >= before + 2) return Advance(seconds), true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return false;
+    }
+
     int64_t SystemTicks() override { return system; }
     int64_t SteadyTicks() override { return steady; }
     int64_t LocalOffset(int64_t) override { return offset; }
+    std::chrono::nanoseconds TimeUntil(int64_t deadline) override {
+        if (deadline <= steady) return std::chrono::nanoseconds::zero();
+        ++waits;
+        return std::chrono::milliseconds(1);
+    }
 
     std::atomic<int64_t> offset{0};  // of local time, in seconds
 
@@ -36,6 +54,7 @@ class TestClock final : public platform::Clock {
     static constexpr int64_t secondsBefore1970 = 11'644'473'600;
     std::atomic<int64_t> system{0};
     std::atomic<int64_t> steady{platform::ticksPerSecond};
+    std::atomic<int64_t> waits{0};  // questions for a time that hadn't come
 };
 
 }  // namespace orrery::test

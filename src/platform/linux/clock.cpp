@@ -1,5 +1,6 @@
 #include "platform/clock.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <ctime>
@@ -30,6 +31,9 @@ class SystemClock final : public Clock {
         std::tm local{};
         ::tzset();  // a zone changed since the start counts; localtime_r alone wouldn't look
         return ::localtime_r(&instant, &local) ? local.tm_gmtoff : 0;
+    }
+    std::chrono::nanoseconds TimeUntil(int64_t deadline) override {
+        return std::max(Ticks(deadline - SteadyTicks()), Ticks::zero());
     }
 };
 
@@ -68,6 +72,23 @@ int64_t SystemTicks() {
 
 int64_t SteadyTicks() {
     return current.load()->SteadyTicks();
+}
+
+int64_t SteadyDeadline(std::chrono::milliseconds wait) {
+    constexpr std::chrono::milliseconds century = std::chrono::hours(100 * 366 * 24);
+    return SteadyTicks() + std::chrono::floor<Ticks>(std::min(wait, century)).count();
+}
+
+std::chrono::nanoseconds TimeUntil(int64_t steadyDeadline) {
+    return current.load()->TimeUntil(steadyDeadline);
+}
+
+bool WaitUntil(ConditionVariable& condition, Mutex& mutex, int64_t steadyDeadline) {
+    for (;;) {
+        const std::chrono::nanoseconds left = TimeUntil(steadyDeadline);
+        if (left == left.zero()) return false;
+        if (condition.wait_for(mutex, left) == std::cv_status::no_timeout) return true;
+    }
 }
 
 int64_t UtcSeconds() {

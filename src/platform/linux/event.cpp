@@ -11,33 +11,32 @@
 #include <ctime>
 #include <new>
 
+#include "platform/clock.h"
+
 namespace orrery::platform {
 
 namespace {
 
-using SteadyClock = std::chrono::steady_clock;
-
 // Waits are for a handful of events; the bound spares an allocation that could fail.
 constexpr size_t mostEvents = 64;
 
-SteadyClock::time_point Deadline(uint64_t milliseconds) {
-    constexpr uint64_t century = 100ull * 366 * 24 * 3600 * 1000;  // as good as endless, and no overflow
-    return SteadyClock::now() + std::chrono::milliseconds(std::min(milliseconds, century));
+std::chrono::milliseconds Milliseconds(uint64_t count) {
+    return std::chrono::milliseconds(std::min<uint64_t>(count, INT64_MAX));
 }
 
-timespec TimeUntil(SteadyClock::time_point deadline) {
+timespec Timespec(std::chrono::nanoseconds time) {
     constexpr int64_t nanosecondsPerSecond = 1'000'000'000;
-    const std::chrono::nanoseconds left = deadline - SteadyClock::now();
-    const int64_t count = std::max<int64_t>(left.count(), 0);
-    return {.tv_sec = count / nanosecondsPerSecond, .tv_nsec = count % nanosecondsPerSecond};
+    return {.tv_sec = time.count() / nanosecondsPerSecond, .tv_nsec = time.count() % nanosecondsPerSecond};
 }
 
 // As poll(2) answers, but a signal doesn't end the wait.
-int Poll(std::span<pollfd> descriptors, SteadyClock::time_point deadline) {
-    while (true) {
-        const timespec left = TimeUntil(deadline);
-        const int count = ::ppoll(descriptors.data(), descriptors.size(), &left, nullptr);
-        if (count >= 0 || errno != EINTR) return count;
+int Poll(std::span<pollfd> descriptors, int64_t deadline) {
+    for (;;) {
+        const std::chrono::nanoseconds left = TimeUntil(deadline);
+        const timespec time = Timespec(left);
+        const int count = ::ppoll(descriptors.data(), descriptors.size(), &time, nullptr);
+        if (count > 0 || (count < 0 && errno != EINTR)) return count;
+        if (count == 0 && left == left.zero()) return 0;
     }
 }
 
@@ -64,7 +63,7 @@ void Event::Reset() {
 
 bool Event::IsSet() const {
     pollfd one{.fd = descriptor, .events = POLLIN, .revents = 0};
-    const bool isSet = Poll({&one, 1}, SteadyClock::now()) == 1;
+    const bool isSet = ::poll(&one, 1, 0) == 1;
     sets.load(std::memory_order_acquire);
     return isSet;
 }
@@ -76,7 +75,7 @@ int WaitForAny(std::span<Event* const> events, uint64_t milliseconds) {
     std::transform(events.begin(), events.end(), descriptors.begin(), [](const Event* event) {
         return pollfd{.fd = event->descriptor, .events = POLLIN, .revents = 0};
     });
-    const int count = Poll(descriptors, Deadline(milliseconds));
+    const int count = Poll(descriptors, SteadyDeadline(Milliseconds(milliseconds)));
     if (count <= 0) return count == 0 ? WaitTimeout : WaitFailed;
     const auto first = std::find_if(descriptors.begin(), descriptors.end(),
                                     [](const pollfd& one) { return one.revents != 0; });

@@ -2,9 +2,9 @@
 #include <filesystem>
 
 #include "platform/files.h"
-#include "standins/wirelink/request_signature.h"
-#include "standins/wirelink/response_record.h"
-#include "standins/wirelink/service_client.h"
+#include "standins/wirelink/http/response_record.h"
+#include "standins/wirelink/services/service_client.h"
+#include "standins/wirelink/signature/request_signature.h"
 #include "transport_test.h"
 
 namespace orrery::wirelink {

@@ -6,7 +6,7 @@
 #include <poll.h>
 
 #include "platform/error_codes.h"
-#include "standins/wirelink/connection.h"
+#include "standins/wirelink/http/connection.h"
 #include "support/temporary_folder.h"
 
 namespace orrery::wirelink {

@@ -8,8 +8,8 @@
 #include <stdexcept>
 
 #include "platform/text.h"
-#include "standins/wirelink/proxy_notifier.h"
-#include "standins/wirelink/system_proxy.h"
+#include "standins/wirelink/proxy/proxy_notifier.h"
+#include "standins/wirelink/proxy/system_proxy.h"
 #include "support/held_call.h"
 
 namespace orrery::wirelink {

@@ -1,0 +1,253 @@
+#include "channel/command_hub_client.h"
+
+#include <chrono>
+#include <stdexcept>
+
+#include "foundation/text/numbers.h"
+#include "foundation/trace.h"
+
+namespace orrery {
+
+namespace {
+
+constexpr int64_t defaultKeepAlive = 120;
+
+int64_t ReadKeepAliveInterval(ConfigUtil* config) {
+    WideString value;
+    if (!config || config->ReadValue(u"Realtime.CommandHub.KeepAliveInterval", value, 0) != 0)
+        return defaultKeepAlive;
+    const int32_t seconds = LeadingInt32(value);
+    return seconds > 0 ? seconds : defaultKeepAlive;
+}
+
+}  // namespace
+
+void PushChannelConnectHandler::operator()() const {
+    if (client) client->Enter([](CommandHubClient& hub) { hub.OnConnect(); });
+}
+
+void PushChannelMessageHandler::operator()(const WideString& text) const {
+    if (client) client->Enter([&text](CommandHubClient& hub) { hub.OnMessage(text); });
+}
+
+void PushChannelCloseHandler::operator()() const {
+    if (client) client->Enter([](CommandHubClient& hub) { hub.OnClose(); });
+}
+
+CommandHubClient::CommandHubClient(WideString deviceId, IPushChannel* channel, ConfigUtil* config)
+    : config(config),
+      id(std::move(deviceId)),
+      channel(channel),
+      selfCell(std::make_shared<CommandHubCell>(this)) {
+    if (id.empty()) throw std::invalid_argument("Id cannot be empty");
+    keepAliveInterval = ReadKeepAliveInterval(config);
+}
+
+CommandHubClient::~CommandHubClient() {
+    selfCell->Clear();
+    CommandHubClient::Close();
+}
+
+bool CommandHubClient::Connect() {
+    bool connected = false;
+    {
+        MutexLock hold(connectionLock);
+        connected = ConnectLocked();
+    }
+    CleanUpMissedClose();
+    return connected && state != Closed;
+}
+
+bool CommandHubClient::ConnectLocked() {
+    if (id.empty() || !channel) return false;
+    channel->Close();
+    missedClose = false;
+    channel->SetConnectHandler(PushChannelConnectHandler{selfCell});
+    channel->SetMessageHandler(PushChannelMessageHandler{selfCell});
+    channel->SetCloseHandler(PushChannelCloseHandler{selfCell});
+    if (!channel->Connect()) return false;
+    if (!Register()) return false;
+    StartKeepAliveThread();
+    return true;
+}
+
+// A connection that was lost while Connect held the lock: without this the state would tell of a conversation
+// that nobody ends, and no further attempt would be made. Both sides exchange: either this sees the mark of
+// an event that found the lock busy, or that event sees the lock free.
+void CommandHubClient::CleanUpMissedClose() {
+    while (missedClose.exchange(false)) {
+        MutexLock hold(connectionLock);
+        // The late event of an earlier connection means nothing to the one that stands.
+        if (!IsConnected()) CleanUpLocked();
+    }
+}
+
+bool CommandHubClient::SendAs(State next, CommandHubType type) {
+    if (!channel) return false;
+    int32_t before = state.exchange(next);
+    if (channel->Send(MakeCommandHubMessage(type, id, nullptr))) return true;
+    int32_t entered = next;
+    state.compare_exchange_strong(entered, before);
+    return false;
+}
+
+bool CommandHubClient::Register() {
+    return SendAs(Registering, RegisterMessage);
+}
+
+bool CommandHubClient::Unregister() {
+    const bool sent = SendAs(Unregistering, UnregisterMessage);
+    if (!sent) Trace::Error("unregistering failed");
+    return sent;
+}
+
+bool CommandHubClient::SendTopics(CommandHubType type, const std::vector<WideString>& topics) {
+    if (!channel) return false;
+    const CMessageObject parameters = MakeTopics(topics);
+    const bool sent = channel->Send(MakeCommandHubMessage(type, id, &parameters));
+    if (!sent) Trace::Error("a subscription frame can't be sent", static_cast<int32_t>(type));
+    return sent;
+}
+
+bool CommandHubClient::Subscribe(const std::vector<WideString>& topics) {
+    return SendTopics(SubscribeMessage, topics);
+}
+
+bool CommandHubClient::Unsubscribe(const std::vector<WideString>& topics) {
+    return SendTopics(UnsubscribeMessage, topics);
+}
+
+bool CommandHubClient::KeepAlive() {
+    if (!channel) return false;
+    const bool sent = channel->Send(keepAliveFrame);
+    if (!sent) Trace::Error("a keep-alive can't be sent");
+    return sent;
+}
+
+void CommandHubClient::Close() {
+    MutexLock hold(connectionLock);
+    missedClose = false;
+    CleanUpLocked();
+}
+
+void CommandHubClient::CleanUpLocked() {
+    StopKeepAliveThread();
+    if (channel) {
+        if (channel->GetState() == ChannelConnected) Unregister();
+        channel->Close();
+    }
+    {
+        MutexLock hold(sessionLock);
+        sessionId.clear();
+    }
+    state = Closed;
+}
+
+bool CommandHubClient::IsConnected() {
+    return channel && channel->GetState() == ChannelConnected;
+}
+
+void CommandHubClient::OnConnect() {
+    connectHandler.Call();
+}
+
+void CommandHubClient::OnMessage(const WideString& text) {
+    if (text.empty()) {
+        Trace::Information("an empty frame was ignored");
+        return;
+    }
+    CommandHubFrame frame;
+    if (!frame.Read(text)) {
+        Trace::Error("a frame can't be read");
+        return;
+    }
+    switch (frame.Type()) {
+        case ServerKeepAlive:
+            Trace::Verbose("server keep-alive");
+            break;
+        case ErrorMessage: {
+            WideString message;
+            frame.GetParameter(u"Message", message);
+            Trace::Error("the server reports an error", message);
+            break;
+        }
+        case WelcomeMessage:
+            OnWelcome(frame);
+            break;
+        case UnregisterReply:
+            if (state == Unregistering) {
+                Trace::Verbose("unregistered");
+            } else {
+                Trace::Warning("an unregister reply that nobody waits for");
+            }
+            break;
+        case PushMessage:
+            OnPush(frame);
+            break;
+        default:
+            Trace::Warning("a frame of an unknown type was ignored", frame.Type());
+            break;
+    }
+}
+
+void CommandHubClient::OnWelcome(const CommandHubFrame& frame) {
+    int32_t expected = Registering;
+    if (!state.compare_exchange_strong(expected, Registered)) {
+        Trace::Warning("a welcome that nobody waits for", expected);
+        return;
+    }
+    MutexLock hold(sessionLock);
+    frame.GetParameter(u"SessiondId", sessionId);
+    Trace::Information("registered", sessionId);
+}
+
+void CommandHubClient::OnPush(const CommandHubFrame& frame) {
+    if (!frame.HasParameters()) return;
+    WideString topic;
+    WideString message;
+    frame.GetParameter(u"Topic", topic);
+    frame.GetParameter(u"Message", message);
+    messageHandler.Call(topic, message);
+}
+
+void CommandHubClient::OnClose() {
+    missedClose.exchange(true);
+    if (!connectionLock.try_lock()) {
+        closeHandler.Call();
+        return;
+    }
+    MutexLock hold(connectionLock, std::adopt_lock);
+    if (missedClose.exchange(false)) CleanUpLocked();
+    closeHandler.Call();
+}
+
+void CommandHubClient::StartKeepAliveThread() {
+    if (keepAliveThread) return;
+    {
+        MutexLock hold(keepAliveLock);
+        stopKeepAlive = false;
+    }
+    keepAliveThread = std::make_unique<std::thread>([this] { KeepAliveThread(); });
+}
+
+void CommandHubClient::StopKeepAliveThread() {
+    if (!keepAliveThread) return;
+    {
+        MutexLock hold(keepAliveLock);
+        stopKeepAlive = true;
+    }
+    keepAliveCondition.notify_all();
+    keepAliveThread->join();
+    keepAliveThread.reset();
+}
+
+void CommandHubClient::KeepAliveThread() {
+    MutexLock hold(keepAliveLock);
+    while (!stopKeepAlive) {
+        const auto outcome =
+            keepAliveCondition.wait_for(keepAliveLock, std::chrono::seconds(keepAliveInterval));
+        if (outcome == std::cv_status::timeout && !stopKeepAlive) KeepAlive();
+    }
+}
+
+}  // namespace orrery

@@ -1,0 +1,67 @@
+#include "foundation/cypher/aes_cypher.h"
+
+#include <gtest/gtest.h>
+
+namespace orrery {
+namespace {
+
+// The texts were made by the openssl command, from the same pass phrase and salt.
+TEST(AESCypher, ReadsAndWritesWhatOthersWrite) {
+    const std::pair<std::string, std::string> cases[] = {
+        {R"({"ProxyConfig":[{"source":"direct"}]})",
+         "1s7EIQ1fYFQXGOQGZOHsaVkd8MsSQUdCt9v6s8rP6N8R4qzkO5I2IVhNzcf7n/lB"},
+        {std::string("a\0b", 3), "KNbrtzciXu02mCVzPWTsMA=="},
+    };
+    for (const auto& [plain, text] : cases) {
+        std::string out;
+        EXPECT_TRUE(CAESCypher().EncipherToText(plain, out));
+        EXPECT_EQ(out, text);
+        EXPECT_TRUE(CAESCypher().DecipherFromText(text, out));
+        EXPECT_EQ(out, plain);
+    }
+    std::string out;
+    EXPECT_TRUE(CAESCypher("p").EncipherToText("plain", out));
+    EXPECT_EQ(out, "7fbYnf98E1CUL+nRYZyMYw==");
+}
+
+TEST(AESCypher, PadsToWholeBlocksAndRefusesWhatWasCutOrAltered) {
+    CAESCypher cypher;
+    for (const size_t size : {0u, 15u, 16u, 17u}) {
+        const std::string plain(size, '\x1');  // looks like padding itself
+        std::string cipher, out;
+        ASSERT_TRUE(cypher.Encipher(plain, cipher));
+        EXPECT_EQ(cipher.size(), size / 16 * 16 + 16);
+        EXPECT_TRUE(cypher.Decipher(cipher, out));
+        EXPECT_EQ(out, plain);
+        out = "as it was";
+        EXPECT_FALSE(cypher.Decipher(cipher.substr(0, cipher.size() - 1), out)) << size;
+        cipher.back() = static_cast<char>(cipher.back() ^ 1);
+        EXPECT_FALSE(cypher.Decipher(cipher, out)) << size;
+        EXPECT_EQ(out, "as it was");
+    }
+    std::string out = "as it was";
+    for (const char* text : {"", "KNbrt", "KNbrtzciXu02mCVzPWTsMA=", "KNbrtzciXu02mCVzPWTsM-==", "KN==brtz"})
+        EXPECT_FALSE(cypher.DecipherFromText(text, out)) << text;
+    EXPECT_EQ(out, "as it was");
+}
+
+TEST(AESCypher, AnotherSaltIsAnotherKey) {
+    CAESCypher cypher;
+    const auto encipher = [&cypher] {
+        std::string text;
+        EXPECT_TRUE(cypher.EncipherToText("x", text));
+        return text;
+    };
+    const std::string builtIn = encipher();
+    EXPECT_FALSE(cypher.SetPassPhrase("") || cypher.SetSalt(""));
+    EXPECT_EQ(encipher(), builtIn);
+    EXPECT_TRUE(cypher.SetSalt("s"));
+    EXPECT_NE(encipher(), builtIn);
+    uint32_t size = 31;
+    char buffer[32];
+    EXPECT_FALSE(cypher.GetKey(buffer, size));
+    EXPECT_EQ(size, 32u);
+}
+
+}  // namespace
+}  // namespace orrery

@@ -1,0 +1,109 @@
+#include "foundation/json/message_object.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace orrery {
+namespace {
+
+std::string Written(const ISerializableClass& node) {
+    std::string text;
+    WideString wide;
+    EXPECT_EQ(node.SerializeUtf8(text), node.Serialize(wide));
+    EXPECT_EQ(text, ToUtf8(wide)) << "both forms say the same";
+    return text;
+}
+
+TEST(MessageObject, ReadsAndWrites) {
+    const char* const refused = "before";
+    const char* const cases[][3] = {
+        {"later scalar in the first place", R"({"a":1,"b":2,"a":"x"})", R"({"a":"x","b":2})"},
+        {"objects stand side by side", R"({"b":1,"a":{},"b":{},"a":{}})", R"({"b":1,"a":{},"b":{},"a":{}})"},
+        {"scalar replaces object", R"({"a":{"b":1},"a":null})", R"({"a":null})"},
+        {"later array", R"({"a":[1],"a":[2]})", R"({"a":[2]})"},
+        {"empty keys", R"({"":[],"":[],"":1})", R"({1,[]})"},
+        {"kinds of numbers", "[1,1.0,1e0,1e-7,-2.5]", "[1,1.000000,1.000000,0.000000,-2.500000]"},
+        {"wide integers", "[4294967296,-9223372036854775807]", "[4294967296,-9223372036854775807]"},
+        {"escapes", R"({"a":"\"\\n\r\n\t\/\u0001"})", "{\"a\":\"\\\"\\\\n\\r\\n\t/\x01\"}"},
+        {"beyond the basic plane", R"(["a\ud83d\ude00\n😀é"])", R"(["a😀\n😀é"])"},
+        {"texts end at NUL", R"({"k\u0000ey":"te\u0000xt"})", R"({"k":"te"})"},
+        {"white space, byte order mark", "\xEF\xBB\xBF { \"a\" : [ true , \"\" ] } ", R"({"a":[true,""]})"},
+        {"bare scalar", "5", refused},
+        {"text behind", "{}x", refused},
+        {"infinity has no form", "[1e999]", ""},
+    };
+    for (const auto& [name, in, out] : cases) {
+        CMessageObject object(u"before");
+        const bool parsed = object.Parse(std::string(in));
+        EXPECT_EQ(parsed ? Written(object) : ToUtf8(object.name), out) << name;
+    }
+}
+
+TEST(MessageObject, DepthIsLimitedBeforeItCosts) {
+    const auto nested = [](size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
+    CMessageObject object;
+    EXPECT_TRUE(object.Parse("[\"" + nested(600) + "\\\"[[\"," + nested(511) + "," + nested(511) + "]"));
+    EXPECT_TRUE(object.Parse(nested(512)));
+    EXPECT_FALSE(object.Parse(nested(513)));
+    EXPECT_FALSE(object.Parse("[\"\\\\\"," + nested(512) + "]")) << "a text that ends in a backslash";
+    EXPECT_FALSE(object.Parse(std::string(5'000'000, '[')) || object.Parse(std::string(5'000'000, '{')));
+    EXPECT_EQ(Written(CMessageObject(object)), nested(512)) << "what was refused has changed nothing";
+}
+
+TEST(MessageObject, ReadsManyMembersInLinearTime) {
+    std::string text = "{";
+    for (int i = 0; i < 100'000; ++i)
+        text += "\"k" + std::to_string(i % 90'000) + "\":" + std::to_string(i) + ",";
+    CMessageObject object;
+    ASSERT_TRUE(object.Parse(text + "\"k7\":{},\"k7\":7}"));
+    ASSERT_EQ(object.items.size(), 90'001U);
+    EXPECT_EQ(object.items[9'999].value.integer, 99'999);
+    EXPECT_EQ(object.items[7].value.integer, 7) << "the first of its key gives way";
+    EXPECT_EQ(object.items.back().kind, KindObject);
+}
+
+TEST(MessageObject, MembersAreAddedAndReadByTheirKind) {
+    enum class Answer : uint32_t { No = 0xFFFFFFFF };
+    CMessageObject object(u"name");
+    object.AddInt32(u"i", -1);
+    object.AddEnum(u"e", Answer::No);
+    object.AddObject(u"o", true)->AddBool(u"b", true);
+    object.AddObject(u"o", false);
+    CMessageObject* const list = object.AddArray(u"l");
+    list->AddUInt32({}, 1);
+    list->AddUInt32({}, 1);
+    object.AddString(u"i", u"new");
+    EXPECT_TRUE(object.Remove(u"o")) << "the first of two";
+    EXPECT_EQ(Written(object), R"("name":{"i":"new","e":18446744073709551615,"o":{},"l":[1,1]})");
+    WideString text = u"-";
+    int32_t number = -7;
+    const CMessageObject* child = nullptr;
+    EXPECT_FALSE(object.GetString(u"e", text) || object.GetInt(u"i", number) ||
+                 object.GetObject(u"l", child) || object.GetArray(u"o", child) ||
+                 object.GetString(u"I", text));
+    EXPECT_TRUE(text == u"-" && number == -7 && !child) << "a failed getter leaves its output alone";
+    EXPECT_TRUE(object.GetInt(u"e", number) && number == -1) << "the lower half";
+    object.AddDouble(u"d", std::numeric_limits<double>::quiet_NaN());
+    EXPECT_FALSE(object.items.back().Serialize(text) || text != u"-");
+    EXPECT_TRUE(!object.Serialize(text) && text.empty());
+}
+
+TEST(MessageObject, MovesLeaveNothingBehindAndMayComeFromWithin) {
+    CMessageObject object;
+    ASSERT_TRUE(object.Parse(std::string(R"({"a":{"b":{"c":[1,2]}}})")));
+    CMessageItem taken(std::move(object.items[0]));
+    EXPECT_TRUE(object.items[0].kind == KindNone && object.items[0].name.empty());
+    EXPECT_EQ(Written(object), "") << "not writable";
+    taken = std::move(taken.value.object->items[0]);  // "b" takes the place of its parent
+    EXPECT_EQ(Written(taken), R"("b":{"c":[1,2]})");
+    CMessageObject& within = *taken.value.object;
+    within = *within.items[0].value.object;  // a copy of its own child
+    object.AddObjectCopy(within);
+    object = std::move(*object.items.back().value.object);
+    EXPECT_EQ(Written(object), Written(within));
+    EXPECT_EQ(Written(object), R"("c":[1,2])");
+}
+
+}  // namespace
+}  // namespace orrery

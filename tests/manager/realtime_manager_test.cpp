@@ -1,0 +1,247 @@
+#include "manager/realtime_manager.h"
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <future>
+
+#include "events/dispatcher_helper.h"
+#include "support/fake_server.h"
+#include "support/test_clock.h"
+#include "support/test_environment.h"
+
+namespace orrery::test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr char bindEvent[] = R"({"DeviceBind":{}})";
+constexpr char connectivityEvent[] = R"({"ConnectivityTest":{}})";
+constexpr char commandsEvent[] = R"({"CheckCommands":{}})";
+constexpr char16_t enabledKey[] = u"Realtime.Notifications.Enabled";
+constexpr char16_t hostKey[] = u"Communications.Method_CommandHub.Hostname";
+
+// The clock stands: a wait is over when a test says so. Checks come from the test, as the period of the
+// manager's thread is a day, unless the test shortens it.
+class RealtimeManagerTest : public testing::Test {
+  protected:
+    RealtimeManagerTest() {
+        environment.Reset();
+        config.Set(u"Register.Register.DeviceId", u"abc");
+        config.Set(u"Communications.Method_CommandHub.Scheme", u"wss");
+        config.Set(hostKey, u"hub");
+        config.Set(u"Communications.Method_CommandHub.Path", u"/p");
+        config.Set(u"Realtime.Manager.LostConnectionRetriesInterval", u"10");
+        config.Set(u"Realtime.Manager.CannotConnectRetriesInterval", u"100");
+        config.Set(u"Realtime.Manager.CheckInterval", u"86400");
+        Make();
+    }
+    ~RealtimeManagerTest() override { server.blocked = false; }
+
+    void Make(uint64_t stopTimeout = 30'000) {
+        manager.reset();
+        manager = std::make_unique<CRealtimeManager>(&environment.tracebox, &config, &dispatcher, server,
+                                                     stopTimeout);
+    }
+    bool WaitForAttempt(int number) {
+        return Eventually([&] { return server.attempts == number; });
+    }
+    // Lets periods of the manager's thread pass until `reached` holds.
+    bool InSomePeriod(const std::function<bool()>& reached) {
+        return Eventually([&] {
+            clock.Advance(1);
+            return reached();
+        });
+    }
+    void StartAndSettle() {
+        ASSERT_TRUE(manager->Start());
+        ASSERT_TRUE(WaitForAttempt(1));
+        manager->IsPushConnected();  // waits for the end of the attempt
+    }
+    // What is raised, at least `count` of them.
+    std::vector<std::string> Events(size_t count = 0) {
+        EXPECT_TRUE(environment.eventgate.WaitFor(count));
+        std::vector<std::string> texts;
+        for (const auto& [text, flag] : environment.eventgate.Take()) texts.push_back(text);
+        return texts;
+    }
+    // The attempts so far, once this check is done.
+    int CheckAfter(int64_t seconds) {
+        clock.Advance(seconds);
+        EXPECT_TRUE(manager->CheckPushManager());
+        return server.attempts;
+    }
+
+    TestClock clock;
+    TestEnvironment& environment = TestEnvironment::Get();
+    FakeConfigUtil& config = environment.config;
+    CDispatcherHelper dispatcher;
+    FakeServer server;
+    std::unique_ptr<CRealtimeManager> manager;
+};
+
+TEST_F(RealtimeManagerTest, FollowsStartStopAndTheSwitch) {
+    StartAndSettle();
+    EXPECT_TRUE(manager->Start());
+    EXPECT_TRUE(manager->IsPushConnected());
+    EXPECT_THAT(Events(), ElementsAre(bindEvent, connectivityEvent));
+    EXPECT_THAT(server.Take(), Contains("wss://hub/p by proxies"));
+    manager->Stop(true);
+    EXPECT_FALSE(manager->IsPushConnected());
+    EXPECT_EQ(config.Subscriptions(), 0U);
+    EXPECT_THAT(Events(), IsEmpty());
+    ASSERT_TRUE(manager->Start());
+    EXPECT_THAT(Events(2), ElementsAre(bindEvent, connectivityEvent));
+    manager->Stop(false);
+    EXPECT_THAT(Events(), ElementsAre(bindEvent));
+
+    config.Set(enabledKey, u"0");
+    EXPECT_TRUE(manager->Start());
+    EXPECT_THAT(environment.tracebox.Take(), Contains("20 Realtime notifications are disabled"));
+    config.WriteValue(u"Proxy.Default.FallbackList", u"{}", 0);
+    config.WriteValue(enabledKey, u"", 0);
+    EXPECT_THAT(Events(2), ElementsAre(bindEvent, connectivityEvent));
+    config.WriteValue(enabledKey, u"0", 0);
+    EXPECT_THAT(Events(1), ElementsAre(bindEvent));
+    EXPECT_FALSE(manager->IsPushConnected());
+    EXPECT_EQ(server.attempts, 3);
+}
+
+TEST_F(RealtimeManagerTest, RebuildsForWhatShapesTheChainAndForNothingElse) {
+    config.Set(u"Realtime.Manager.CheckInterval", u"0");  // counts as one second
+    Make();
+    StartAndSettle();
+    int attempts = 1;
+    for (const char16_t* key : {u"Register.Register.DeviceId", u"REALTIME.client.validatecertificates",
+                                u"Communications.Method_CommandHub.Any", u"proxy.Any.thing"}) {
+        config.Notify(key, u"a", u"A");
+        EXPECT_TRUE(WaitForAttempt(++attempts)) << ToUtf8(key);
+    }
+    for (const char16_t* key :
+         {u"Register.Register.SiteId", u"Register.Agent.DeviceId", u"Realtime.Client.Other",
+          u"Communications.Method_Bind.Path", u"Realtime.Manager.RetriesWait"}) {
+        config.Notify(key, u"a", u"b");
+    }
+    config.Notify(hostKey, u"a", u"a");
+    const int polls = server.polls;
+    EXPECT_TRUE(InSomePeriod([&] { return server.polls > polls; })) << "a period without a signal";
+    manager->IsPushConnected();
+    EXPECT_EQ(server.attempts, attempts);
+}
+
+TEST_F(RealtimeManagerTest, AChangeDuringAnAttemptIsNotLost) {
+    StartAndSettle();
+    server.blocked = true;
+    config.WriteValue(hostKey, u"second", 0);
+    ASSERT_TRUE(WaitForAttempt(2));
+    config.WriteValue(hostKey, u"third", 0);
+    server.blocked = false;
+    ASSERT_TRUE(WaitForAttempt(3));
+    EXPECT_THAT(server.Take(), Contains("wss://third/p by proxies"));
+    server.blocked = true;
+    config.WriteValue(hostKey, u"fourth", 0);
+    ASSERT_TRUE(WaitForAttempt(4));
+    for (const char16_t* enabled : {u"0", u"1", u"0"}) config.WriteValue(enabledKey, enabled, 0);
+    server.blocked = false;
+    EXPECT_TRUE(Eventually([this] { return !manager->IsPushConnected(); }));
+    EXPECT_EQ(server.attempts, 4);
+}
+
+TEST_F(RealtimeManagerTest, AsksForCommandsOnlyAfterANoticedLoss) {
+    StartAndSettle();
+    EXPECT_THAT(Events(), ElementsAre(bindEvent, connectivityEvent));
+    server.Lose();
+    EXPECT_EQ(CheckAfter(20), 1) << "the short wait";
+    EXPECT_THAT(Events(), IsEmpty());
+    EXPECT_EQ(CheckAfter(10), 2);
+    EXPECT_THAT(Events(), ElementsAre(bindEvent, connectivityEvent, commandsEvent));
+    server.Lose();
+    CheckAfter(20);
+    config.Notify(u"Proxy.a.b", u"a", u"b");
+    EXPECT_THAT(Events(2), ElementsAre(bindEvent, connectivityEvent)) << "the new chain knows of no loss";
+}
+
+TEST_F(RealtimeManagerTest, ANewInterfaceOwesAnAttempt) {
+    server.accepts = false;
+    server.watches = false;
+    StartAndSettle();
+    CheckAfter(0);
+    EXPECT_EQ(server.watcherStarts, 2) << "asked again at each check";
+    server.watches = true;
+    for (int check = 0; check < 2; ++check) CheckAfter(0);
+    EXPECT_EQ(server.watcherStarts, 3);
+    for (const auto type : {AddInstance, DeleteInstance, AddInstance}) server.onChange(type);
+    EXPECT_EQ(server.attempts, 1) << "not at once";
+    EXPECT_EQ(CheckAfter(0), 2);
+    EXPECT_THAT(Events(), ElementsAre(bindEvent)) << "the retries are used up";
+    EXPECT_EQ(CheckAfter(0), 3);
+    EXPECT_EQ(CheckAfter(1799), 3);
+    server.accepts = true;
+    EXPECT_EQ(CheckAfter(1), 4);
+    EXPECT_FALSE(server.onChange) << "a connection stops the watcher";
+}
+
+TEST_F(RealtimeManagerTest, WaitsForWhatTheChainNeeds) {
+    config.DeleteValue(hostKey);
+    config.Set(u"Realtime.Manager.CheckInterval", u"1");
+    Make();
+    ASSERT_TRUE(manager->Start());
+    EXPECT_TRUE(InSomePeriod([this] { return config.ReadsOf(hostKey) >= 2; }));
+    EXPECT_FALSE(manager->CheckPushManager());
+    EXPECT_THAT(server.Take(), IsEmpty());
+    server.hasChannel = false;
+    config.WriteValue(hostKey, u"late", 0);
+    EXPECT_TRUE(InSomePeriod([this] { return !server.Take().empty(); }));
+    EXPECT_THAT(Events(), IsEmpty());
+    server.hasService = false;
+    server.hasChannel = true;
+    clock.AdvanceWaiter(1);
+    EXPECT_THAT(Events(1), Contains(bindEvent)) << "told, as the chain can't be built";
+    server.hasService = true;
+    EXPECT_TRUE(InSomePeriod([this] { return server.attempts == 1; }));
+    manager.reset();
+    EXPECT_THROW(environment.Replace("Utils/Wirelink", "null_objects"); Make(), std::invalid_argument);
+}
+
+TEST_F(RealtimeManagerTest, AThreadThatOutlivesItsStopIsSilentAndLeavesTheNextAlone) {
+    Make(0);
+    server.blocked = true;
+    ASSERT_TRUE(manager->Start());
+    ASSERT_TRUE(WaitForAttempt(1));
+    manager->Stop(true);
+    ASSERT_TRUE(manager->Start());
+    server.blocked = false;
+    ASSERT_TRUE(WaitForAttempt(2));
+    EXPECT_TRUE(manager->IsPushConnected());
+    EXPECT_THAT(Events(2), ElementsAre(bindEvent, connectivityEvent));
+
+    server.blocked = true;
+    config.Notify(u"Proxy.a.b", u"1", u"2");
+    ASSERT_TRUE(WaitForAttempt(3));
+    manager->Stop(false);
+    const auto release = std::async(std::launch::async, [this] { server.blocked = false; });
+    manager.reset();
+    EXPECT_THAT(Events(), ElementsAre(bindEvent)) << "the channel is gone, whatever the attempt brought";
+}
+
+TEST(RealtimeConfigTest, WhatIsNoNumberCountsAsNotThere) {
+    FakeConfigUtil store;
+    const auto read = [&store](const char16_t* interval, const char16_t* retries, const char16_t* behaviour) {
+        store.Set(u"Realtime.Manager.CheckInterval", interval);
+        store.Set(u"Realtime.Manager.MaxConnectionRetries", retries);
+        store.Set(u"Realtime.Manager.BehaviourOnLostConnection", behaviour);
+        RealtimeConfig config;
+        config.retry.behaviourOnLostConnection = 1;
+        config.Read(store);
+        return std::vector<uint32_t>{config.checkInterval, config.retry.maxConnectionRetries,
+                                     config.retry.behaviourOnLostConnection};
+    };
+    EXPECT_THAT(read(u" +7s", u"0", u"0"), ElementsAre(7, 0, 0));
+    EXPECT_THAT(read(u"0", u"many", u"x"), ElementsAre(1, 2, 1)) << "the behaviour stays as it was";
+    EXPECT_THAT(read(u"", u"4294967296", u"5"), ElementsAre(15, 2, 0));
+}
+
+}  // namespace
+}  // namespace orrery::test
