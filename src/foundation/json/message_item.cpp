@@ -79,4 +79,20 @@ CMessageItem& CMessageItem::operator=(CMessageItem&& other) noexcept {
     return *this;
 }
 
+const CMessageObject* CMessageItem::AsObject() const {
+    return kind == KindObject && !value.object->isArray ? value.object : nullptr;
+}
+
+CMessageObject* CMessageItem::AsObject() {
+    return kind == KindObject && !value.object->isArray ? value.object : nullptr;
+}
+
+const CMessageObject* CMessageItem::AsArray() const {
+    return kind == KindObject && value.object->isArray ? value.object : nullptr;
+}
+
+CMessageObject* CMessageItem::AsArray() {
+    return kind == KindObject && value.object->isArray ? value.object : nullptr;
+}
+
 }  // namespace orrery

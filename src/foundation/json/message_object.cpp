@@ -128,16 +128,16 @@ bool CMessageObject::GetInt(WideView key, int32_t& out) const {
 
 bool CMessageObject::GetObject(WideView key, const CMessageObject*& out) const {
     const CMessageItem* item = nullptr;
-    if (!Find(key, item) || item->kind != KindObject || item->value.object->isArray) return false;
-    out = item->value.object;
-    return true;
+    const CMessageObject* const object = Find(key, item) ? item->AsObject() : nullptr;
+    if (object) out = object;
+    return object != nullptr;
 }
 
 bool CMessageObject::GetArray(WideView key, const CMessageObject*& out) const {
     const CMessageItem* item = nullptr;
-    if (!Find(key, item) || item->kind != KindObject || !item->value.object->isArray) return false;
-    out = item->value.object;
-    return true;
+    const CMessageObject* const array = Find(key, item) ? item->AsArray() : nullptr;
+    if (array) out = array;
+    return array != nullptr;
 }
 
 bool CMessageObject::Remove(WideView key) {

@@ -72,6 +72,12 @@ class CMessageItem final : public CMessageType, public ISerializableClass {
     CMessageItem& operator=(const CMessageItem& other);
     CMessageItem& operator=(CMessageItem&& other) noexcept;
 
+    // The child, if it is a plain object or an array; null otherwise. It stays the item's.
+    const CMessageObject* AsObject() const;
+    CMessageObject* AsObject();
+    const CMessageObject* AsArray() const;
+    CMessageObject* AsArray();
+
     // `out` is untouched on failure; true needs an output that isn't empty.
     bool SerializeUtf8(std::string& out) const override;
     bool Serialize(WideString& out) const override;

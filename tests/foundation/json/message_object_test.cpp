@@ -83,6 +83,8 @@ TEST(MessageObject, MembersAreAddedAndReadByTheirKind) {
                  object.GetObject(u"l", child) || object.GetArray(u"o", child) ||
                  object.GetString(u"I", text));
     EXPECT_TRUE(text == u"-" && number == -7 && !child) << "a failed getter leaves its output alone";
+    const CMessageItem& array = object.items.back();
+    EXPECT_TRUE(array.AsArray() == list && !array.AsObject() && !object.items.front().AsArray());
     EXPECT_TRUE(object.GetInt(u"e", number) && number == -1) << "the lower half";
     object.AddDouble(u"d", std::numeric_limits<double>::quiet_NaN());
     EXPECT_FALSE(object.items.back().Serialize(text) || text != u"-");
