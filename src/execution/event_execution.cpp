@@ -13,12 +13,6 @@ namespace {
 
 constexpr uint32_t defaultRetryDelay = 1800;  // seconds
 
-// A text that is no number counts as 0.
-uint32_t NumberOf(const WideString& text) {
-    return static_cast<uint32_t>(
-        std::min<uint64_t>(LeadingUnsigned(text).value_or(0), std::numeric_limits<uint32_t>::max()));
-}
-
 bool IsTrue(const WideString& text) {
     return text == u"1" || EqualNoCase(text, u"true");
 }
@@ -49,9 +43,9 @@ WideString CEventExecution::Key(const char16_t* name) const {
 void CEventExecution::ReadSettings() {
     WideString text;
     if (!ReadWithDefaults(configUtil, u"Events", eventName, u"AllowExecutionsAfter", text)) return;
-    allowExecutionsAfter = NumberOf(text);
+    allowExecutionsAfter = LeadingUInt32(text);
     if (!ReadWithDefaults(configUtil, u"Events", eventName, u"MaxErrors", text)) return;
-    maxErrors = NumberOf(text);
+    maxErrors = LeadingUInt32(text);
     if (!ReadWithDefaults(configUtil, u"Events", eventName, u"NeedRegister", text)) return;
     needRegister = IsTrue(text);
 }

@@ -19,12 +19,10 @@ bool IsSpace(char16_t unit) {
     return unit == u' ' || (unit >= u'\t' && unit <= u'\r');
 }
 
-Digits ReadDigits(WideView text) {
+// The digits at the very front.
+Digits ReadPlain(WideView text) {
     Digits digits;
-    size_t i = 0;
-    while (i < text.size() && IsSpace(text[i])) ++i;
-    if (i < text.size() && (text[i] == u'+' || text[i] == u'-')) digits.negative = text[i++] == u'-';
-    for (; i < text.size() && text[i] >= u'0' && text[i] <= u'9'; ++i) {
+    for (size_t i = 0; i < text.size() && text[i] >= u'0' && text[i] <= u'9'; ++i) {
         const auto digit = static_cast<uint64_t>(text[i] - u'0');
         digits.any = true;
         digits.overflow |= digits.magnitude > (std::numeric_limits<uint64_t>::max() - digit) / 10;
@@ -33,11 +31,27 @@ Digits ReadDigits(WideView text) {
     return digits;
 }
 
+// Behind white space and a sign.
+Digits ReadDigits(WideView text) {
+    while (!text.empty() && IsSpace(text.front())) text.remove_prefix(1);
+    const bool negative = text.starts_with(u'-');
+    if (negative || text.starts_with(u'+')) text.remove_prefix(1);
+    Digits digits = ReadPlain(text);
+    digits.negative = negative;
+    return digits;
+}
+
 WideString Widen(const std::string& ascii) {
     return {ascii.begin(), ascii.end()};
 }
 
 }  // namespace
+
+std::optional<uint64_t> PlainNumber(WideView text) {
+    const Digits digits = ReadPlain(text);
+    if (!digits.any || digits.overflow) return {};
+    return digits.magnitude;
+}
 
 std::optional<uint64_t> LeadingUnsigned(WideView text) {
     const Digits digits = ReadDigits(text);
@@ -61,6 +75,13 @@ int32_t LeadingInt32(WideView text) {
         digits.overflow ? highest + 1ULL : std::min<uint64_t>(digits.magnitude, highest + 1ULL);
     const auto number = static_cast<int64_t>(magnitude);
     return static_cast<int32_t>(std::clamp(digits.negative ? -number : number, lowest, highest));
+}
+
+uint32_t LeadingUInt32(WideView text) {
+    const Digits digits = ReadDigits(text);
+    if (digits.negative) return 0;
+    constexpr uint64_t highest = std::numeric_limits<uint32_t>::max();
+    return static_cast<uint32_t>(digits.overflow ? highest : std::min(digits.magnitude, highest));
 }
 
 WideString DecimalText(int64_t number) {
