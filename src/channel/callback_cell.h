@@ -3,11 +3,7 @@
 // thread; no lock is held while a call runs.
 #pragma once
 
-#include <algorithm>
-#include <thread>
-#include <vector>
-
-#include "platform/mutex.h"
+#include "platform/call_gate.h"
 
 namespace orrery {
 
@@ -21,53 +17,19 @@ class CallbackCell {
     // Calls `call(object)`, unless the cell is cleared.
     template <class Call>
     void Enter(Call&& call) {
-        Object* const entered = BeginCall();
-        if (!entered) return;
-        const Leaver leaver{*this};
-        call(*entered);
+        if (const CallGate::Visit visit = gate.Enter()) call(*object);
     }
 
     // Waits for the calls of other threads that are inside. One of this thread's own may go on: it must not
     // touch the object any more.
-    void Clear() EXCLUDES(lock) {
-        MutexLock hold(lock);
-        object = nullptr;
-        while (OthersInsideLocked()) left.wait(lock);
-    }
+    void Clear() { gate.Close(); }
 
     // Whether the calling thread is inside a call.
-    bool CallerIsInside() EXCLUDES(lock) {
-        MutexLock hold(lock);
-        return std::find(inside.begin(), inside.end(), std::this_thread::get_id()) != inside.end();
-    }
+    bool CallerIsInside() { return gate.CallerIsInside(); }
 
   private:
-    struct Leaver {
-        CallbackCell& cell;
-        ~Leaver() { cell.EndCall(); }
-    };
-
-    Object* BeginCall() EXCLUDES(lock) {
-        MutexLock hold(lock);
-        if (object) inside.push_back(std::this_thread::get_id());
-        return object;
-    }
-
-    void EndCall() EXCLUDES(lock) {
-        MutexLock hold(lock);
-        inside.erase(std::find(inside.begin(), inside.end(), std::this_thread::get_id()));
-        left.notify_all();
-    }
-
-    bool OthersInsideLocked() const REQUIRES(lock) {
-        const auto self = std::this_thread::get_id();
-        return std::any_of(inside.begin(), inside.end(), [self](std::thread::id id) { return id != self; });
-    }
-
-    Mutex lock;
-    ConditionVariable left;
-    Object* object GUARDED_BY(lock);
-    std::vector<std::thread::id> inside GUARDED_BY(lock);  // one entry for each call, as calls may nest
+    Object* const object;
+    CallGate gate;
 };
 
 }  // namespace orrery

@@ -29,7 +29,8 @@ class ConfigUtil {
     // without it. A value that doesn't fit is a failure that leaves the buffer alone.
     virtual uint32_t ReadValueParts(const char16_t* section, const char16_t* group, const char16_t* name,
                                     char16_t* buffer, uint32_t* size, uint32_t flags) = 0;
-    // On 0 the value is on disk.
+    // On 0 the value is stored and outlives the process, however that ends. It is on disk with a clean end,
+    // or moments later: a power cut may cost the last writes, never an older one before them.
     virtual uint32_t WriteValue(const WideString& key, const WideString& value, uint32_t flags) = 0;
     virtual uint32_t WriteValueParts(const char16_t* section, const char16_t* group, const char16_t* name,
                                      const char16_t* value, uint32_t flags) = 0;

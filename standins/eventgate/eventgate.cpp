@@ -19,14 +19,12 @@ Eventgate::~Eventgate() {
 }
 
 void Eventgate::SetReceiver(IEventReceiver* newReceiver) {
-    MutexLock lock(mutex);
-    receiver = newReceiver;
-    changed.notify_all();
-    const uint64_t lastOfOld = callsBegun;
-    const std::thread::id none;
-    while (caller != none && caller != std::this_thread::get_id() && callsBegun == lastOfOld) {
-        changed.wait(mutex);
+    {
+        MutexLock lock(mutex);
+        receiver = newReceiver;
     }
+    changed.notify_all();
+    calls.AwaitOthers();
 }
 
 uint32_t Eventgate::Dispatch(const WideString& text, bool flag) {
@@ -53,37 +51,25 @@ bool Eventgate::StartThreadLocked() {
 }
 
 void Eventgate::DeliverEvents() {
-    QueuedEvent next;
-    IEventReceiver* target = nullptr;
-    while (BeginCall(next, target)) {
+    while (const auto next = BeginDelivery()) {
         try {
-            target->OnEvent(next.event, next.flag);
+            next->receiver->OnEvent(next->event, next->flag);
         } catch (...) {
             // Nobody above could do more about it than the receiver itself.
         }
-        EndCall();
     }
 }
 
-// False once there is nothing left to do.
-bool Eventgate::BeginCall(QueuedEvent& next, IEventReceiver*& target) {
+// None once there is nothing left to do.
+std::optional<Eventgate::Delivery> Eventgate::BeginDelivery() {
     MutexLock lock(mutex);
     while (!receiver || queue.empty()) {
-        if (ending) return false;
+        if (ending) return {};
         changed.wait(mutex);
     }
-    next = std::move(queue.front());
+    QueuedEvent next = std::move(queue.front());
     queue.pop_front();
-    target = receiver;
-    caller = std::this_thread::get_id();
-    ++callsBegun;
-    return true;
-}
-
-void Eventgate::EndCall() {
-    MutexLock lock(mutex);
-    caller = std::thread::id();
-    changed.notify_all();
+    return Delivery{std::move(next.event), next.flag, receiver, calls.Enter()};
 }
 
 }  // namespace orrery::eventgate

@@ -6,10 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <thread>
 
 #include "contracts/eventgate.h"
 #include "foundation/json/message_object.h"
+#include "platform/call_gate.h"
 #include "platform/mutex.h"
 
 namespace orrery::eventgate {
@@ -35,18 +37,23 @@ class Eventgate final : public IEventgate {
         bool flag = false;
     };
 
+    struct Delivery {
+        CMessageObject event;
+        bool flag;
+        IEventReceiver* receiver;
+        CallGate::Visit visit;
+    };
+
     bool StartThreadLocked() REQUIRES(mutex);
     void DeliverEvents();
-    bool BeginCall(QueuedEvent& next, IEventReceiver*& target);
-    void EndCall();
+    std::optional<Delivery> BeginDelivery();
 
+    CallGate calls;  // entered under `mutex`, so that a new receiver's caller finds the calls to the old one
     Mutex mutex;
-    ConditionVariable changed;  // the queue, the receiver, a call's end, `ending`
+    ConditionVariable changed;  // the queue, the receiver, `ending`
     std::deque<QueuedEvent> queue GUARDED_BY(mutex);
     IEventReceiver* receiver GUARDED_BY(mutex) = nullptr;
-    std::thread thread GUARDED_BY(mutex);      // begins with the first event
-    std::thread::id caller GUARDED_BY(mutex);  // that of a call in flight, else none
-    uint64_t callsBegun GUARDED_BY(mutex) = 0;
+    std::thread thread GUARDED_BY(mutex);  // begins with the first event
     bool ending GUARDED_BY(mutex) = false;
 };
 

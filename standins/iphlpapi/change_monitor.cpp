@@ -33,32 +33,26 @@ void ChangeMonitor::Start(std::shared_ptr<ChangeMonitor> self) {
     thread = std::thread([self = std::move(self)] { self->Run(); });
 }
 
-void ChangeMonitor::Add(const Registration& registration, void** handle) {
-    auto added = std::make_shared<Registration>(registration);
+void ChangeMonitor::Add(std::shared_ptr<Registration> registration, void** handle) {
     MutexLock lock(mutex);
-    *handle = added.get();
-    registrations.push_back(std::move(added));
-    if (registration.initialOwed) Wake();
+    *handle = registration.get();
+    if (registration->initialOwed) Wake();
+    registrations.push_back(std::move(registration));
 }
 
-bool ChangeMonitor::Remove(void* handle) {
+std::shared_ptr<ChangeMonitor::Registration> ChangeMonitor::Remove(void* handle) {
     MutexLock lock(mutex);
     const auto found = std::find_if(registrations.begin(), registrations.end(),
                                     [handle](const auto& entry) { return entry.get() == handle; });
-    if (found == registrations.end()) return false;
-    (*found)->cancelled = true;
+    if (found == registrations.end()) return nullptr;
+    auto removed = std::move(*found);
     registrations.erase(found);
-    return true;
+    return removed;
 }
 
 bool ChangeMonitor::HasRegistrations() {
     MutexLock lock(mutex);
     return !registrations.empty();
-}
-
-void ChangeMonitor::AwaitCall(void* handle) {
-    MutexLock lock(mutex);
-    while (inCall == handle && caller != std::this_thread::get_id()) callEnded.wait(mutex);
 }
 
 void ChangeMonitor::End() {
@@ -140,20 +134,13 @@ std::vector<std::shared_ptr<ChangeMonitor::Registration>> ChangeMonitor::Registr
 }
 
 void ChangeMonitor::Call(Registration& registration, const IpInterfaceRow* row, NotificationType type) {
-    {
-        MutexLock lock(mutex);
-        if (registration.cancelled) return;
-        inCall = &registration;
-        caller = std::this_thread::get_id();
-    }
+    const CallGate::Visit visit = registration.calls.Enter();
+    if (!visit) return;
     try {
         registration.callback(registration.context, row, type);
     } catch (...) {
         // A callback that fails costs that call; the other registrations still need this thread.
     }
-    MutexLock lock(mutex);
-    inCall = nullptr;
-    callEnded.notify_all();
 }
 
 }  // namespace orrery::iphlpapi

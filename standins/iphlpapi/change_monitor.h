@@ -10,6 +10,7 @@
 
 #include "contracts/iphlpapi.h"
 #include "interface_table.h"
+#include "platform/call_gate.h"
 #include "platform/mutex.h"
 #include "route_socket.h"
 
@@ -21,8 +22,8 @@ class ChangeMonitor {
         uint16_t family;  // 0 for both
         IpInterfaceChangeCallback callback;
         void* context;
-        bool initialOwed;        // an initial notification is still to come; of the thread
-        bool cancelled = false;  // under `mutex`
+        bool initialOwed;  // an initial notification is still to come; of the thread
+        CallGate calls{};  // closed by the cancellation
     };
 
     // What exists now is known, and not reported. Null with errno on failure.
@@ -35,12 +36,10 @@ class ChangeMonitor {
     // has no thread left.
     void Start(std::shared_ptr<ChangeMonitor> self);
     // `handle` is set before the first call, so that the callback itself may cancel by it.
-    void Add(const Registration& registration, void** handle);
-    // False if there is no such registration. No call begins after the return; one may still be in flight.
-    bool Remove(void* handle);
+    void Add(std::shared_ptr<Registration> registration, void** handle);
+    // Null if there is no such registration. The caller is to close its gate.
+    std::shared_ptr<Registration> Remove(void* handle);
     bool HasRegistrations();
-    // Waits for a call in flight of that registration, unless it is made from one.
-    void AwaitCall(void* handle);
     // Ends the thread, once and with no registration left. Waits for it, unless it is made from a callback:
     // then the thread ends when that has returned.
     void End();
@@ -66,10 +65,7 @@ class ChangeMonitor {
     std::thread thread;  // of Start and End
 
     Mutex mutex;
-    ConditionVariable callEnded;
     std::vector<std::shared_ptr<Registration>> registrations GUARDED_BY(mutex);
-    const Registration* inCall GUARDED_BY(mutex) = nullptr;
-    std::thread::id caller GUARDED_BY(mutex);  // of `inCall`
     bool ending GUARDED_BY(mutex) = false;
 };
 

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <exception>
 #include <memory>
+#include <utility>
 
 #include "change_monitor.h"
 #include "platform/error_codes.h"
@@ -29,21 +30,21 @@ bool EnsureMonitorLocked() REQUIRES(processLock) {
     return true;
 }
 
-uint32_t Register(const ChangeMonitor::Registration& registration, void** handle) {
+uint32_t Register(std::shared_ptr<ChangeMonitor::Registration> registration, void** handle) {
     MutexLock lock(processLock);
     if (!EnsureMonitorLocked()) return errno ? static_cast<uint32_t>(errno) : NotEnoughMemory;
-    Current()->Add(registration, handle);
+    Current()->Add(std::move(registration), handle);
     return Success;
 }
 
-// The monitor that served `handle`, null if none did. `last` if it has nobody left: it is then the caller's.
-std::shared_ptr<ChangeMonitor> Withdraw(void* handle, bool& last) {
+// The registration of `handle`, null if there is none. `last` is then the monitor if it has nobody left: it
+// is the caller's from here on.
+std::shared_ptr<ChangeMonitor::Registration> Withdraw(void* handle, std::shared_ptr<ChangeMonitor>& last) {
     MutexLock lock(processLock);
-    const std::shared_ptr<ChangeMonitor> monitor = Current();
-    if (!monitor || !monitor->Remove(handle)) return nullptr;
-    last = !monitor->HasRegistrations();
-    if (last) Current() = nullptr;
-    return monitor;
+    if (!Current()) return nullptr;
+    auto registration = Current()->Remove(handle);
+    if (registration && !Current()->HasRegistrations()) last = std::exchange(Current(), nullptr);
+    return registration;
 }
 
 }  // namespace
@@ -54,7 +55,10 @@ extern "C" __attribute__((visibility("default"))) uint32_t NotifyIpInterfaceChan
     const bool isFamily = family == 0 || family == AF_INET || family == AF_INET6;
     if (!isFamily || !callback || !handle) return InvalidParameter;
     try {
-        return Register({family, callback, context, initialNotification}, handle);
+        using Registration = ChangeMonitor::Registration;
+        return Register(
+            std::shared_ptr<Registration>(new Registration{family, callback, context, initialNotification}),
+            handle);
     } catch (const std::exception&) {
         return NotEnoughMemory;
     }
@@ -62,11 +66,11 @@ extern "C" __attribute__((visibility("default"))) uint32_t NotifyIpInterfaceChan
 
 // Waits outside the lock: the callback that is waited for may itself come back to these exports.
 extern "C" __attribute__((visibility("default"))) uint32_t CancelMibChangeNotify2(void* handle) {
-    bool last = false;
-    const std::shared_ptr<ChangeMonitor> monitor = Withdraw(handle, last);
-    if (!monitor) return InvalidParameter;
-    monitor->AwaitCall(handle);
-    if (last) monitor->End();
+    std::shared_ptr<ChangeMonitor> last;
+    const auto registration = Withdraw(handle, last);
+    if (!registration) return InvalidParameter;
+    registration->calls.Close();
+    if (last) last->End();
     return Success;
 }
 

@@ -132,7 +132,10 @@ void Database::Closer::operator()(sqlite3_stmt* closing) const {
 
 Database::Database(const std::string& folder) : folder(folder), path(PathIn(folder)) {}
 
+// The last process to close does as much by itself, the others don't.
 Database::~Database() {
+    if (hasWritten)
+        sqlite3_wal_checkpoint_v2(connection.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
     Close();
 }
 
@@ -188,6 +191,7 @@ uint32_t Database::Write(const WideString& key, const WideString* value, int64_t
         if (!sqlite3_get_autocommit(connection.get())) Execute("ROLLBACK");
         return ToErrorCode(result);
     }
+    hasWritten = true;
     ChangeWatch::Announce(path);
     rows = std::move(written);
     return Success;
@@ -201,7 +205,8 @@ int Database::Connect() {
     sqlite3_extended_result_codes(opened, 1);
     sqlite3_busy_timeout(opened, busyTimeout);
     result = CheckIntegrity();
-    if (result == SQLITE_OK) result = Execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;");
+    // In this order: the change of an older file into one with a log is to be on the disk at once.
+    if (result == SQLITE_OK) result = Execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;");
     if (result == SQLITE_OK) result = MakeSchema();
     if (result == SQLITE_OK) result = PrepareStatements();
     if (result == SQLITE_OK) ForgetOldDeletions();
@@ -282,6 +287,7 @@ int Database::Fetch(int64_t revision, std::vector<SettingRow>& rows) {
 }
 
 void Database::Close() {
+    hasWritten = false;
     fetch.reset();
     remove.reset();
     put.reset();

@@ -1,6 +1,10 @@
 // The store's file, settings.db: a table of keys, values and revisions. It remembers no values and notifies
 // nobody; that is Store's. One thread at a time: Store calls it under its lock.
 //
+// A write goes to a log beside the file and isn't waited for to reach the disk: it outlives the process at
+// once, and the log reaches disk and file when it has grown or with a clean end. A power cut may cost the
+// newest writes, never an older one before them, nor the file.
+//
 // Every write draws the next revision, a deletion leaves a row without a value, so that a reader that knows
 // the revision it has seen learns all that came after it.
 #pragma once
@@ -28,6 +32,7 @@ struct SettingRow {
 class Database {
   public:
     explicit Database(const std::string& folder);
+    // Brings what it has written to the disk.
     ~Database();
 
     const std::string& Path() const { return path; }
@@ -41,8 +46,8 @@ class Database {
     // The rows after `revision`, oldest first. On failure `rows` is untouched.
     uint32_t ReadAfter(int64_t revision, std::vector<SettingRow>& rows);
     // Writes `value`, or deletes the key if it is null, and returns the rows after `revision`, this one and
-    // those of other processes. Success means that it is on disk; otherwise nothing has changed. A deletion
-    // of a key that isn't set succeeds and adds no row.
+    // those of other processes. On failure nothing has changed. A deletion of a key that isn't set succeeds and
+    // adds no row.
     uint32_t Write(const WideString& key, const WideString* value, int64_t revision,
                    std::vector<SettingRow>& rows);
 
@@ -70,6 +75,7 @@ class Database {
 
     const std::string folder;
     const std::string path;
+    bool hasWritten = false;  // through this connection
     std::unique_ptr<sqlite3, Closer> connection;
     Statement put;
     Statement remove;

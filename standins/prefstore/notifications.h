@@ -4,10 +4,12 @@
 
 #include <cstdint>
 #include <deque>
-#include <thread>
+#include <memory>
+#include <optional>
 #include <vector>
 
 #include "contracts/config_util.h"
+#include "platform/call_gate.h"
 #include "platform/mutex.h"
 
 namespace orrery::prefstore {
@@ -29,9 +31,17 @@ class Notifications {
   private:
     // Subscriptions and changes draw from one counter, so that it shows which came first.
     struct Subscription {
-        uint64_t number = 0;
-        WideString section;
-        IConfigChangeObserver* observer = nullptr;
+        Subscription(uint64_t number, const char16_t* section, IConfigChangeObserver* observer)
+            : number(number), section(section), observer(observer) {}
+
+        const uint64_t number;
+        const WideString section;
+        IConfigChangeObserver* const observer;
+        CallGate calls;
+    };
+    struct Call {
+        IConfigChangeObserver* observer;
+        CallGate::Visit visit;
     };
     struct Change {
         uint64_t number = 0;
@@ -43,17 +53,14 @@ class Notifications {
     };
 
     bool TakeChange(Change& change);
-    // The next observer after the subscription `last`, which moves on; null if all have heard.
-    IConfigChangeObserver* BeginCall(const Change& change, uint64_t& last);
-    void EndCall();
+    // To the next observer after the subscription `last`, which moves on; none if all have heard.
+    std::optional<Call> BeginCall(const Change& change, uint64_t& last);
 
     Mutex mutex;
-    ConditionVariable callEnded;
     uint64_t counter GUARDED_BY(mutex) = 0;
-    std::vector<Subscription> subscriptions GUARDED_BY(mutex);  // by number
+    std::vector<std::shared_ptr<Subscription>> subscriptions GUARDED_BY(mutex);  // by number
     std::deque<Change> pending GUARDED_BY(mutex);
-    Subscription inFlight GUARDED_BY(mutex);  // number 0: no call
-    std::thread::id deliverer GUARDED_BY(mutex);
+    std::shared_ptr<Subscription> lastCalled GUARDED_BY(mutex);  // its call may still be in flight
 };
 
 }  // namespace orrery::prefstore

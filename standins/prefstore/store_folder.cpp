@@ -53,6 +53,8 @@ StoreFolder::~StoreFolder() {
 }
 
 bool StoreFolder::MakeFile(const std::string& name) const {
+    // Said here, as the library only tells that it can't open the file.
+    if (faccessat(descriptor, ".", W_OK, 0) != 0) return false;
     // A file that exists must not be opened here: closing it again would drop the locks that this process
     // holds on it through SQLite.
     const int file = openat(descriptor, name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);

@@ -17,7 +17,7 @@ class StoreFolder {
 
     // False if the folder could not be made or opened; `errno` says why.
     bool IsHeld() const { return descriptor >= 0; }
-    // Makes the file with mode 0600 if there is none. False as above.
+    // Makes the file with mode 0600 if there is none. False as above, also if nothing can be written here.
     bool MakeFile(const std::string& name) const;
     // Without the log that belongs to it the file says nothing true: one that was emptied or taken away.
     bool HasOrphanedLog(const std::string& name) const;

@@ -14,14 +14,12 @@ ProxyNotifier::~ProxyNotifier() {
 }
 
 void ProxyNotifier::SetObserver(IProxyUsedObserver* newObserver) {
-    MutexLock lock(mutex);
-    observer = newObserver;
-    if (!observer) reports.clear();
-    const uint64_t lastOfOld = callsBegun;
-    const std::thread::id none;
-    while (caller != none && caller != std::this_thread::get_id() && callsBegun == lastOfOld) {
-        changed.wait(mutex);
+    {
+        MutexLock lock(mutex);
+        observer = newObserver;
+        if (!observer) reports.clear();
     }
+    calls.AwaitOthers();
 }
 
 void ProxyNotifier::Report(std::unique_ptr<ProxySetting> proxy) {
@@ -33,35 +31,24 @@ void ProxyNotifier::Report(std::unique_ptr<ProxySetting> proxy) {
 }
 
 void ProxyNotifier::DeliverReports() {
-    std::unique_ptr<ProxySetting> proxy;
-    IProxyUsedObserver* target = nullptr;
-    while (BeginCall(proxy, target)) {
+    while (const auto next = BeginDelivery()) {
         try {
-            target->OnProxyUsed(proxy.get());
+            next->observer->OnProxyUsed(next->proxy.get());
         } catch (...) {
             // An observer that fails costs this report; the connection has long gone on.
         }
-        EndCall();
     }
 }
 
-// False at the end.
-bool ProxyNotifier::BeginCall(std::unique_ptr<ProxySetting>& proxy, IProxyUsedObserver*& target) {
+// None at the end.
+std::optional<ProxyNotifier::Delivery> ProxyNotifier::BeginDelivery() {
     MutexLock lock(mutex);
     while (!ending && reports.empty()) changed.wait(mutex);
-    if (ending) return false;
-    proxy = std::move(reports.front());
+    if (ending) return {};
+    auto proxy = std::move(reports.front());
     reports.pop_front();
-    target = observer;  // set, or there would be no reports
-    caller = std::this_thread::get_id();
-    ++callsBegun;
-    return true;
-}
-
-void ProxyNotifier::EndCall() {
-    MutexLock lock(mutex);
-    caller = std::thread::id();
-    changed.notify_all();
+    // There is an observer, or there would be no reports.
+    return Delivery{std::move(proxy), observer, calls.Enter()};
 }
 
 }  // namespace orrery::wirelink

@@ -3,12 +3,13 @@
 // call it; it is destroyed by none of the observer's calls.
 #pragma once
 
-#include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <thread>
 
 #include "contracts/wirelink.h"
+#include "platform/call_gate.h"
 #include "platform/mutex.h"
 #include "standins/wirelink/proxy/proxy_setting.h"
 
@@ -30,17 +31,21 @@ class ProxyNotifier {
     void Report(std::unique_ptr<ProxySetting> proxy);
 
   private:
-    void DeliverReports();
-    bool BeginCall(std::unique_ptr<ProxySetting>& proxy, IProxyUsedObserver*& target);
-    void EndCall();
+    struct Delivery {
+        std::unique_ptr<ProxySetting> proxy;
+        IProxyUsedObserver* observer;
+        CallGate::Visit visit;
+    };
 
+    void DeliverReports();
+    std::optional<Delivery> BeginDelivery();
+
+    CallGate calls;  // entered under `mutex`, so that a new observer's caller finds the calls to the old one
     Mutex mutex;
-    ConditionVariable changed;  // the reports, the observer, a call's end, `ending`
+    ConditionVariable changed;  // the reports, `ending`
     std::deque<std::unique_ptr<ProxySetting>> reports GUARDED_BY(mutex);
     IProxyUsedObserver* observer GUARDED_BY(mutex) = nullptr;
-    std::thread thread GUARDED_BY(mutex);      // begins with the first report
-    std::thread::id caller GUARDED_BY(mutex);  // that of a call in flight, else none
-    uint64_t callsBegun GUARDED_BY(mutex) = 0;
+    std::thread thread GUARDED_BY(mutex);  // begins with the first report
     bool ending GUARDED_BY(mutex) = false;
 };
 

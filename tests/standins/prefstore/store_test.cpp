@@ -1,8 +1,10 @@
 #include "standins/prefstore/store.h"
 
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -179,7 +181,7 @@ TEST(Interval, TextsAreEvaluatedOrRefused) {
 
 // What only the store on disk has to show: its files, its failures, its waiting, several stores on one file.
 
-WideString Number(int number) {
+WideString Number(auto number) {
     return ToWide(std::to_string(number));
 }
 
@@ -226,12 +228,13 @@ TEST_F(StoreTest, SettingsOutliveTheStoreInFilesOfTheOwnerAlone) {
         store.WriteValue(u"events.bind.DELAY", u"2", 0);
         store.WriteValue(u"Eventual.A.A", u"4", 0);
         for (const std::string& name :
-             {std::string("company"), std::string("company/product"), file, file + "-wal"}) {
+             {std::string("company"), std::string("company/product"), file, file + "-wal", file + "-shm"}) {
             const auto mode = fs::status(folder.PathOf(name)).permissions();
             EXPECT_EQ(mode & ~fs::perms::owner_exec, fs::perms::owner_read | fs::perms::owner_write) << name;
         }
     }
     umask(mask);
+    EXPECT_FALSE(fs::exists(folder.PathOf(file + "-wal"))) << "all of it is in the file";
     Store store(path);
     Listed listed;
     EXPECT_EQ(store.List(u"events.", listed), 0u);
@@ -248,6 +251,53 @@ TEST_F(StoreTest, AcknowledgedWritesOutliveAKilledWriter) {
     Store store(path);
     EXPECT_STREQ(store.Problem(), "");
     for (int n = 1; n <= acknowledged; ++n) ASSERT_EQ(Read(store, u"Test.Writer." + Number(n)), Number(n));
+}
+
+// At a moment under load the power goes: of the log, only some of its pages have reached the disk.
+TEST_F(StoreTest, APowerCutCostsTheLastWritesAndNeverTheStore) {
+    auto writer = std::make_unique<Writer>(path, 1'000'000);
+    std::atomic<int>& acknowledged = writer->acknowledged;
+    acknowledged = 0;
+    EXPECT_TRUE(test::Eventually([&] { return acknowledged >= 100; }));
+    writer.reset();
+    const std::string settings = folder.Read(file), log = folder.Read(file + "-wal");
+    const auto lose = [&](size_t begin, size_t size) {
+        std::string left = log;
+        return left.replace(std::min(begin, left.size()), size, size, '\0');
+    };
+    const std::string third(log, 0, log.size() / 3);
+    for (const std::string& onDisk :
+         {log, third, third + "torn", lose(log.size() / 2, 4096), lose(0, 32), std::string()}) {
+        const TemporaryFolder copy;
+        copy.Write("settings.db", settings);
+        copy.Write("settings.db-wal", onDisk);
+        Store store(copy.PathOf(""));
+        EXPECT_STREQ(store.Problem(), "");
+        Listed listed;
+        store.List(u"Test.Writer.", listed);
+        for (size_t n = 1; n <= listed.size(); ++n)
+            EXPECT_EQ(Read(store, u"Test.Writer." + Number(n)), Number(n)) << "of " << listed.size();
+        EXPECT_EQ(listed.empty(), onDisk.empty() || onDisk[0] == 0);
+    }
+}
+
+TEST_F(StoreTest, ACleanEndPutsItsWritesIntoTheFileThoughOthersGoOn) {
+    Store other(path);
+    EXPECT_EQ(Store(path).WriteValue(u"A.B.C", u"kept", 0), Success);
+    const TemporaryFolder copy;
+    copy.Write("settings.db", folder.Read(file));
+    Store copied(copy.PathOf(""));
+    EXPECT_EQ(Read(copied, u"A.B.C"), u"kept");
+}
+
+TEST_F(StoreTest, AFileOfAnEarlierVersionIsTakenOver) {
+    ASSERT_EQ(Store(path).WriteValue(u"A.B.C", u"kept", 0), Success);
+    const std::string earlier =
+        "sqlite3 " + folder.PathOf(file) + " 'PRAGMA journal_mode = DELETE' >/dev/null";
+    ASSERT_EQ(std::system(earlier.c_str()), 0);
+    Store store(path);
+    EXPECT_EQ(Read(store, u"A.B.C"), u"kept");
+    EXPECT_TRUE(fs::exists(folder.PathOf(file + "-wal")));
 }
 
 TEST_F(StoreTest, WritersOfTwoProcessesAreHeardByBoth) {
@@ -295,6 +345,7 @@ TEST_F(StoreTest, DamagedFileIsSetAsideWhole) {
         for (const auto& entry : fs::directory_iterator(path)) fs::remove(entry);
         folder.Write(file, bytes);
         folder.Write(file + "-wal", log);
+        folder.Write(file + "-shm", "index");
         {
             Store store(path);
             const std::string problem = store.Problem();
@@ -303,12 +354,25 @@ TEST_F(StoreTest, DamagedFileIsSetAsideWhole) {
             const std::string aside =
                 "company/product/" + problem.substr(name, problem.find(' ', name) - name);
             EXPECT_TRUE(folder.Read(aside) == bytes && folder.Read(aside + "-wal") == log) << problem;
+            EXPECT_TRUE(fs::exists(folder.PathOf(aside + "-shm"))) << problem;
             EXPECT_EQ(store.WriteValue(u"A.B.C", u"new", 0), 0u);
         }
         Store next(path);
         EXPECT_STREQ(next.Problem(), "");
         EXPECT_EQ(Read(next, u"A.B.C"), u"new");
     }
+}
+
+TEST_F(StoreTest, AReadOnlyHomeSaysSo) {
+    ASSERT_EQ(Store(path).WriteValue(u"A.B.C", u"kept", 0), Success);
+    std::string problem = "no namespace";
+    std::thread([&] {
+        if (unshare(CLONE_NEWNS) != 0 || mount("", "/", "", MS_REC | MS_PRIVATE, "") != 0) return;
+        mount(path.c_str(), path.c_str(), "", MS_BIND, "");
+        mount("", path.c_str(), "", MS_BIND | MS_REMOUNT | MS_RDONLY, "");
+        problem = Store(path).Problem();
+    }).join();
+    EXPECT_TRUE(problem.ends_with("cannot be opened: Read-only file system.")) << problem;
 }
 
 TEST_F(StoreTest, FailedWriteChangesNothing) {
