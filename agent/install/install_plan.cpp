@@ -1,7 +1,6 @@
 #include "agent/install/install_plan.h"
 
 #include "agent/schedule/schedule_task.h"
-#include "agent/schedule/scheduler_service.h"
 #include "agent/settings/settings_store.h"
 #include "platform/error_codes.h"
 #include "platform/guid.h"

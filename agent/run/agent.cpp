@@ -1,5 +1,4 @@
 #include "agent/run/agent.h"
-#include "agent/text/complaint.h"
 
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -8,8 +7,8 @@
 #include <csignal>
 #include <nlohmann/json.hpp>
 
-#include "agent/command_line/settings_commands.h"
 #include "agent/messages/message_files.h"
+#include "agent/text/complaint.h"
 
 namespace orrery::agent {
 

@@ -7,6 +7,8 @@
 
 namespace orrery::agent {
 
+const WideString taskKeyPrefix = u"Scheduler.Tasks.";
+
 namespace {
 
 // A century: beyond it a delay is a mistake, and below it no sum of times leaves 64 bits.

@@ -6,8 +6,6 @@
 
 namespace orrery::agent {
 
-const WideString taskKeyPrefix = u"Scheduler.Tasks.";
-
 namespace {
 
 constexpr WideView addName = u"SchedulerTaskAdd";
