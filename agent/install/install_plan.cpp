@@ -133,7 +133,7 @@ WideString PollTask(int64_t seconds) {
     ScheduleTask task;
     request.Parse(R"({"ScheduleId":"NotificationCheck","ScheduleInfo":{"StartTime":"%Now()%","Offset":)" +
                   interval + R"(,"Every":)" + interval + R"(},"Actions":{"NotificationCheck":{}}})");
-    ReadTaskRequest(request, NowMilliseconds(), SystemLocalOffset, task);
+    ReadTaskRequest(request, NowMilliseconds(), task);
     return StoredTaskText(task);
 }
 

@@ -50,7 +50,7 @@ Agent::~Agent() = default;
 int Agent::Run() {
     std::string problem;
     if (!lock.Take(home.LockFile(), problem)) return Complain(problem);
-    RemoveOldMessages(MessagesFolder(), std::chrono::file_clock::now());
+    RemoveOldMessages(MessagesFolder(), NowMilliseconds());
     printer.State("starting");
     if (!Load(problem)) return Complain(problem);
     Start();
