@@ -6,7 +6,7 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "hub/server/hub_options.h"
+#include "hub/command_line/command_line.h"
 
 namespace {
 

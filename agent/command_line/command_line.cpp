@@ -1,5 +1,4 @@
 #include "agent/command_line/command_line.h"
-#include "agent/text/complaint.h"
 
 #include <unistd.h>
 
@@ -15,6 +14,7 @@
 #include "agent/install/installer.h"
 #include "agent/messages/message_files.h"
 #include "agent/run/agent.h"
+#include "agent/text/complaint.h"
 
 namespace orrery::agent {
 

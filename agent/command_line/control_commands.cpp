@@ -1,14 +1,13 @@
 #include "agent/command_line/control_commands.h"
-#include "agent/text/complaint.h"
 
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "agent/command_line/settings_commands.h"
 #include "agent/control/control_client.h"
 #include "agent/events/event_document.h"
 #include "agent/status/status_report.h"
 #include "agent/status/status_text.h"
+#include "agent/text/complaint.h"
 #include "agent/text/utc_text.h"
 
 namespace orrery::agent {

@@ -1,5 +1,4 @@
 #include "agent/command_line/message_commands.h"
-#include "agent/text/complaint.h"
 
 #include <algorithm>
 #include <charconv>
@@ -8,10 +7,10 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
-#include "agent/command_line/settings_commands.h"
 #include "agent/messages/message_files.h"
-#include "agent/settings/redaction.h"
+#include "agent/text/complaint.h"
 #include "agent/text/printable.h"
+#include "agent/text/redaction.h"
 #include "agent/text/utc_text.h"
 
 namespace orrery::agent {

@@ -1,14 +1,13 @@
 #include "agent/command_line/seal_commands.h"
-#include "agent/text/complaint.h"
 
 #include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 
-#include "agent/command_line/settings_commands.h"
 #include "agent/settings/sealed_list.h"
 #include "agent/settings/settings_store.h"
+#include "agent/text/complaint.h"
 #include "platform/error_codes.h"
 #include "platform/text.h"
 

@@ -1,5 +1,4 @@
 #include "agent/command_line/settings_commands.h"
-#include "agent/text/complaint.h"
 
 #include <cstdio>
 #include <fstream>
@@ -8,6 +7,7 @@
 
 #include "agent/settings/settings_import.h"
 #include "agent/settings/settings_store.h"
+#include "agent/text/complaint.h"
 #include "platform/error_codes.h"
 #include "platform/text.h"
 

@@ -10,10 +10,10 @@
 
 #include "agent/events/event_document.h"
 #include "agent/events/plugin_host.h"
+#include "agent/events/printer.h"
 #include "agent/events/worker_pool.h"
 #include "agent/schedule/scheduler_service.h"
 #include "agent/status/channel_history.h"
-#include "agent/text/printer.h"
 #include "contracts/eventgate.h"
 
 namespace orrery::agent {

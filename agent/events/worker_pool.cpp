@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <system_error>
 
-namespace orrery::agent {
+#include "platform/clock.h"
 
-using std::chrono::steady_clock;
+namespace orrery::agent {
 
 WorkerPool::WorkerPool(size_t mostWorkers, std::chrono::milliseconds idleTime)
     : mostWorkers(mostWorkers), idleTime(idleTime) {}
@@ -30,12 +30,12 @@ bool WorkerPool::Post(const WideString& line, std::function<void()> work) {
 }
 
 bool WorkerPool::Drain(std::chrono::milliseconds limit) {
-    const auto deadline = steady_clock::now() + limit;
+    const int64_t deadline = platform::SteadyDeadline(limit);
     MutexLock lock(mutex);
     closed = true;
     available.notify_all();
     while (live > 0) {
-        if (ended.wait_until(mutex, deadline) == std::cv_status::timeout && live > 0) return false;
+        if (!platform::WaitUntil(ended, mutex, deadline) && live > 0) return false;
     }
     JoinEndedLocked();
     return true;
@@ -58,12 +58,12 @@ void WorkerPool::Work() {
 // A thread that finds nothing to start may go although jobs are left: those of a full line are taken by its
 // threads.
 bool WorkerPool::Take(Job& job) {
-    const auto deadline = steady_clock::now() + idleTime;
+    const int64_t deadline = platform::SteadyDeadline(idleTime);
     MutexLock lock(mutex);
     ++waiting;
     Line* line = NextLocked();
     for (bool late = false; !line && !closed && !late; line = NextLocked())
-        late = available.wait_until(mutex, deadline) == std::cv_status::timeout;
+        late = !platform::WaitUntil(available, mutex, deadline);
     --waiting;
     if (line) {
         ++line->busy;

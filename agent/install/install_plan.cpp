@@ -1,7 +1,6 @@
 #include "agent/install/install_plan.h"
 
 #include "agent/schedule/schedule_task.h"
-#include "agent/schedule/scheduler_service.h"
 #include "agent/settings/settings_store.h"
 #include "platform/error_codes.h"
 #include "platform/guid.h"
@@ -134,7 +133,7 @@ WideString PollTask(int64_t seconds) {
     ScheduleTask task;
     request.Parse(R"({"ScheduleId":"NotificationCheck","ScheduleInfo":{"StartTime":"%Now()%","Offset":)" +
                   interval + R"(,"Every":)" + interval + R"(},"Actions":{"NotificationCheck":{}}})");
-    ReadTaskRequest(request, NowMilliseconds(), SystemLocalOffset, task);
+    ReadTaskRequest(request, NowMilliseconds(), task);
     return StoredTaskText(task);
 }
 

@@ -2,9 +2,7 @@
 // and their end. Writes none and looks into none. No state; safe from any thread.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -21,8 +19,8 @@ struct MessageFile {
 std::string MessagesFolder();
 // The regular files *.log in the folder itself, oldest first.
 std::vector<MessageFile> ListMessageFiles(const std::string& folder);
-// Of these, those that were last changed more than 7 days before `now`. One that can't be removed is left to
-// the next time.
-void RemoveOldMessages(const std::string& folder, std::chrono::file_clock::time_point now);
+// Of these, those that were last changed more than 7 days before `now`, milliseconds UTC. One that can't be
+// removed is left to the next time.
+void RemoveOldMessages(const std::string& folder, int64_t now);
 
 }  // namespace orrery::agent

@@ -1,5 +1,4 @@
 #include "agent/run/agent.h"
-#include "agent/text/complaint.h"
 
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -8,8 +7,8 @@
 #include <csignal>
 #include <nlohmann/json.hpp>
 
-#include "agent/command_line/settings_commands.h"
 #include "agent/messages/message_files.h"
+#include "agent/text/complaint.h"
 
 namespace orrery::agent {
 
@@ -51,7 +50,7 @@ Agent::~Agent() = default;
 int Agent::Run() {
     std::string problem;
     if (!lock.Take(home.LockFile(), problem)) return Complain(problem);
-    RemoveOldMessages(MessagesFolder(), std::chrono::file_clock::now());
+    RemoveOldMessages(MessagesFolder(), NowMilliseconds());
     printer.State("starting");
     if (!Load(problem)) return Complain(problem);
     Start();

@@ -7,6 +7,8 @@
 
 namespace orrery::agent {
 
+const WideString taskKeyPrefix = u"Scheduler.Tasks.";
+
 namespace {
 
 // A century: beyond it a delay is a mistake, and below it no sum of times leaves 64 bits.
@@ -45,14 +47,15 @@ bool StartsNow(const CMessageObject& info) {
     return !info.GetString(u"StartTime", start) || start == u"%Now()%";
 }
 
-bool ReadStart(const CMessageObject& info, int64_t now, LocalOffset offset, int64_t& start) {
+bool ReadStart(const CMessageObject& info, int64_t now, int64_t& start) {
     if (StartsNow(info)) {
         start = now;
         return true;
     }
     WideString text;
     info.GetString(u"StartTime", text);
-    return ParseTimeText(ToUtf8(text), ReadFlag(info, u"LocalTime", false), offset, start);
+    const bool local = ReadFlag(info, u"LocalTime", false);
+    return ParseTimeText(ToUtf8(text), local ? UnnamedZone::Local : UnnamedZone::Utc, start);
 }
 
 // Everything but the time of the next run.
@@ -81,13 +84,12 @@ const CMessageObject* PlainObject(const CMessageItem& item) {
                                                                                        : nullptr;
 }
 
-uint32_t ReadTaskRequest(const CMessageObject& body, int64_t now, LocalOffset offset, ScheduleTask& task) {
+uint32_t ReadTaskRequest(const CMessageObject& body, int64_t now, ScheduleTask& task) {
     const CMessageObject* info = nullptr;
     int64_t delay = 0;
     int64_t start = 0;
     ScheduleTask read;
-    if (!ReadMembers(body, read, info, delay) || !ReadStart(*info, now, offset, start))
-        return InvalidParameter;
+    if (!ReadMembers(body, read, info, delay) || !ReadStart(*info, now, start)) return InvalidParameter;
     read.next = start + delay;
     task = std::move(read);
     return Success;
@@ -108,7 +110,7 @@ bool ReadStoredTask(WideView text, ScheduleTask& task) {
     int64_t delay = 0;
     ScheduleTask read;
     if (!document.Parse(text) || document.isArray || !document.GetString(u"NextTime", nextText)) return false;
-    if (!ParseTimeText(ToUtf8(nextText), false, SystemLocalOffset, read.next)) return false;
+    if (!ParseTimeText(ToUtf8(nextText), UnnamedZone::Utc, read.next)) return false;
     document.Remove(u"NextTime");
     if (!ReadMembers(document, read, info, delay)) return false;
     task = std::move(read);

@@ -27,7 +27,10 @@ struct ScheduleTask {
 };
 
 // The body of SchedulerTaskAdd. 0, or 87 for what can't be a task.
-uint32_t ReadTaskRequest(const CMessageObject& body, int64_t now, LocalOffset offset, ScheduleTask& task);
+uint32_t ReadTaskRequest(const CMessageObject& body, int64_t now, ScheduleTask& task);
+
+// What the key of a stored task begins with; the rest is its id.
+extern const WideString taskKeyPrefix;
 
 // The stored form is the request with "Enabled" as it is now and "NextTime" added. Empty and false on
 // failure.

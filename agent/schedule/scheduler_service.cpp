@@ -6,8 +6,6 @@
 
 namespace orrery::agent {
 
-const WideString taskKeyPrefix = u"Scheduler.Tasks.";
-
 namespace {
 
 constexpr WideView addName = u"SchedulerTaskAdd";
@@ -83,7 +81,7 @@ void SchedulerService::OnConfigChange(const char16_t*, const char16_t* group, co
 
 uint32_t SchedulerService::AddLocked(const CMessageObject& body) {
     ScheduleTask task;
-    uint32_t result = ReadTaskRequest(body, NowMilliseconds(), SystemLocalOffset, task);
+    uint32_t result = ReadTaskRequest(body, NowMilliseconds(), task);
     if (result == Success) result = scheduler.CheckAdd(task);
     if (result == Success) result = KeepLocked(task);
     if (result == Success) running.erase(task.id);

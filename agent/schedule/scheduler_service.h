@@ -91,7 +91,4 @@ class SchedulerService final : public IConfigChangeObserver {
     int32_t runs GUARDED_BY(lock) = 0;
 };
 
-// "Scheduler.Tasks."
-extern const WideString taskKeyPrefix;
-
 }  // namespace orrery::agent

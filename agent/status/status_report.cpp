@@ -5,10 +5,10 @@
 #include <nlohmann/json.hpp>
 
 #include "agent/install/install_plan.h"
-#include "agent/schedule/scheduler_service.h"
-#include "agent/settings/redaction.h"
+#include "agent/schedule/schedule_task.h"
 #include "agent/settings/sealed_list.h"
 #include "agent/status/channel_view.h"
+#include "agent/text/redaction.h"
 #include "foundation/json/message_object.h"
 
 namespace orrery::agent {

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstdio>
-#include <ctime>
 
 #include "platform/clock.h"
 
@@ -93,22 +92,16 @@ bool ReadZone(Reader& reader, int64_t& seconds) {
 }
 
 // The zone's offset just before a change of the clocks decides for the hour that the change skips or repeats.
-int64_t LocalToUtc(int64_t milliseconds, LocalOffset offset) {
+int64_t LocalToUtc(int64_t milliseconds) {
     const int64_t seconds = milliseconds / 1000;
-    const int64_t guess = seconds - offset(seconds);
-    return milliseconds - offset(guess) * 1000;
+    const int64_t guess = seconds - platform::LocalOffset(seconds);
+    return milliseconds - platform::LocalOffset(guess) * 1000;
 }
 
 }  // namespace
 
 int64_t NowMilliseconds() {
     return platform::SystemTicks() / (platform::ticksPerSecond / 1000) - epochSeconds * 1000;
-}
-
-int64_t SystemLocalOffset(int64_t utcSeconds) {
-    const time_t moment = utcSeconds;
-    tm local{};
-    return localtime_r(&moment, &local) ? local.tm_gmtoff : 0;
 }
 
 std::string UtcText(int64_t milliseconds) {
@@ -125,7 +118,7 @@ std::string UtcText(int64_t milliseconds) {
     return text;
 }
 
-bool ParseTimeText(std::string_view text, bool local, LocalOffset offset, int64_t& milliseconds) {
+bool ParseTimeText(std::string_view text, UnnamedZone unnamed, int64_t& milliseconds) {
     Reader reader(text);
     const int64_t days = ReadDate(reader);
     if (!reader.Skip('T')) reader.Expect(' ');
@@ -135,7 +128,7 @@ bool ParseTimeText(std::string_view text, bool local, LocalOffset offset, int64_
     if (reader.Failed() || !reader.AtEnd() || days == INT64_MIN) return false;
 
     const int64_t moment = days * 86'400'000 + timeOfDay - zone * 1000;
-    milliseconds = local && !zoned ? LocalToUtc(moment, offset) : moment;
+    milliseconds = unnamed == UnnamedZone::Local && !zoned ? LocalToUtc(moment) : moment;
     return true;
 }
 

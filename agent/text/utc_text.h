@@ -7,18 +7,16 @@
 
 namespace orrery::agent {
 
-// Offset of local time from UTC at a moment, in seconds.
-using LocalOffset = int64_t (*)(int64_t utcSeconds);
+// What a time is whose text names no zone.
+enum class UnnamedZone : uint8_t { Utc, Local };
 
 // By platform/clock.h.
 int64_t NowMilliseconds();
-// By the system's time zone.
-int64_t SystemLocalOffset(int64_t utcSeconds);
 
 // "2026-03-01T12:00:00.250Z". Years 0 to 9999.
 std::string UtcText(int64_t milliseconds);
 // Date, "T" or a blank, hours and minutes, then seconds with a fraction and a zone ("Z", "+01:00") if given.
-// Text without a zone is local time if `local`, else UTC. False leaves `milliseconds` alone.
-bool ParseTimeText(std::string_view text, bool local, LocalOffset offset, int64_t& milliseconds);
+// False leaves `milliseconds` alone.
+bool ParseTimeText(std::string_view text, UnnamedZone unnamed, int64_t& milliseconds);
 
 }  // namespace orrery::agent

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -13,13 +12,11 @@
 #include <vector>
 
 #include "hub/base/hub_clock.h"
+#include "hub/base/log_line.h"
 #include "hub/devices/command_hub_frames.h"
 #include "hub/devices/device_link.h"
 
 namespace orrery::hub {
-
-// Takes one line without its end; may be empty.
-using LogLine = std::function<void(const std::string& line)>;
 
 // What a device said of how it is to be reached; nothing where it didn't.
 struct BindRecord {

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "hub/devices/device_handlers.h"
+#include "hub/devices/device_hub.h"
 #include "hub/faults/fault_handlers.h"
 #include "hub/http/proxy_script_handlers.h"
 #include "hub/server/http_session.h"

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "hub/devices/device_hub.h"
+#include "hub/base/log_line.h"
 
 namespace orrery::hub {
 

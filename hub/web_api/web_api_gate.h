@@ -7,7 +7,7 @@
 #include <string>
 
 #include "hub/base/hub_clock.h"
-#include "hub/devices/device_hub.h"
+#include "hub/base/log_line.h"
 #include "hub/faults/fault_list.h"
 #include "hub/http/router.h"
 #include "hub/web_api/exchange_log.h"

@@ -31,11 +31,13 @@ int64_t SteadyTicks();
 // The steady time that lies so far ahead, at most a century.
 int64_t SteadyDeadline(std::chrono::milliseconds wait);
 std::chrono::nanoseconds TimeUntil(int64_t steadyDeadline);
-// Waits with `mutex` held until `condition` is notified, which may be for nothing; false once the deadline has
-// passed.
+// Waits with `mutex` held until `condition` is notified, which may be for nothing; false once the deadline
+// has passed.
 bool WaitUntil(ConditionVariable& condition, Mutex& mutex, int64_t steadyDeadline) REQUIRES(mutex);
 // Seconds since 1970-01-01 UTC.
 int64_t UtcSeconds();
+// Of local time from UTC at that moment, in seconds.
+int64_t LocalOffset(int64_t utcSeconds);
 CalendarTime UtcTime();
 CalendarTime LocalTime();
 

@@ -21,7 +21,8 @@ TEST(Messages, OldFilesGoAndNothingElse) {
     fs::last_write_time(folder.PathOf("folder.log"), now - 999h);
     fs::create_symlink("old.txt", folder.PathOf("link.log"));
     EXPECT_EQ(ShowMessage(folder.PathOf("folder.log"), "../new.log"), 1);
-    RemoveOldMessages(folder.PathOf(""), now);
+    const auto sinceEpoch = fs::file_time_type::clock::to_sys(now).time_since_epoch();
+    RemoveOldMessages(folder.PathOf(""), sinceEpoch / 1ms);
     for (const char* name : {"new.log", "old.txt", "folder.log", "link.log"})
         EXPECT_TRUE(fs::exists(fs::symlink_status(folder.PathOf(name)))) << name;
     EXPECT_FALSE(fs::exists(folder.PathOf("old.log")));

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <latch>
 
 #include "support/call_log.h"
+#include "support/test_clock.h"
 
 namespace orrery::agent {
 namespace {
@@ -12,7 +14,8 @@ namespace {
 using namespace std::chrono_literals;
 
 TEST(WorkerPool, GrowsToItsLimitShrinksToNothingAndDrains) {
-    WorkerPool pool(3, 1ms);
+    test::TestClock clock;
+    WorkerPool pool(3);
     std::latch running(3), release(1), releaseLast(1);
     std::atomic<int> done{0};
     for (int i = 0; i < 9; ++i) {
@@ -25,10 +28,14 @@ TEST(WorkerPool, GrowsToItsLimitShrinksToNothingAndDrains) {
     running.wait();
     EXPECT_EQ(pool.WorkerCount(), 3u);
     release.count_down();
-    EXPECT_TRUE(test::Eventually([&] { return done == 9 && pool.WorkerCount() == 0; }));
+    EXPECT_TRUE(test::Eventually([&] { return done == 9; }));
+    EXPECT_EQ(pool.WorkerCount(), 3u) << "they wait for more";
+    EXPECT_TRUE(test::Eventually([&] { return clock.Advance(5), pool.WorkerCount() == 0; }));
 
     ASSERT_TRUE(pool.Post(u"a", [&] { releaseLast.wait(); }));
-    EXPECT_FALSE(pool.Drain(1ms));
+    auto drained = std::async(std::launch::async, [&] { return pool.Drain(40s); });
+    EXPECT_TRUE(clock.AdvanceWaiter(40));
+    EXPECT_FALSE(drained.get());
     releaseLast.count_down();
     EXPECT_TRUE(pool.Drain(60s));
     EXPECT_FALSE(pool.Post(u"a", [] {}));

@@ -95,14 +95,17 @@ int64_t UtcSeconds() {
     return SecondsOf(Now());
 }
 
+int64_t LocalOffset(int64_t utcSeconds) {
+    return current.load()->LocalOffset(utcSeconds);
+}
+
 CalendarTime UtcTime() {
     return Calendar(Now());
 }
 
 CalendarTime LocalTime() {
     const TickTime now = Now();
-    const std::chrono::seconds offset(current.load()->LocalOffset(SecondsOf(now)));
-    return Calendar(now + offset);
+    return Calendar(now + std::chrono::seconds(LocalOffset(SecondsOf(now))));
 }
 
 bool CalendarOf(int64_t systemTicks, CalendarTime& time) {

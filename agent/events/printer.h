@@ -7,19 +7,10 @@
 #include <string>
 #include <string_view>
 
+#include "agent/events/execution_result.h"
 #include "platform/mutex.h"
 
 namespace orrery::agent {
-
-// What came of an execution: a result code, or the words of what went wrong instead.
-struct ExecutionResult {
-    uint32_t code = 0;
-    std::string problem;  // UTF-8; empty: `code` counts
-    bool ran = true;      // false: it never began
-
-    bool Succeeded() const { return problem.empty() && code == 0; }
-    std::string Text() const { return problem.empty() ? std::to_string(code) : problem; }
-};
 
 class Printer {
   public:

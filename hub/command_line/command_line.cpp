@@ -1,4 +1,4 @@
-#include "hub/server/hub_options.h"
+#include "hub/command_line/command_line.h"
 
 #include <CLI/CLI.hpp>
 #include <charconv>

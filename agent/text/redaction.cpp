@@ -1,4 +1,4 @@
-#include "agent/settings/redaction.h"
+#include "agent/text/redaction.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,4 +1,4 @@
-#include "agent/text/printer.h"
+#include "agent/events/printer.h"
 
 #include <unistd.h>
 
