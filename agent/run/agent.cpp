@@ -8,7 +8,6 @@
 #include <csignal>
 #include <nlohmann/json.hpp>
 
-#include "agent/command_line/settings_commands.h"
 #include "agent/messages/message_files.h"
 
 namespace orrery::agent {
