@@ -10,6 +10,7 @@ build_packages=(
 run_packages=(curl)
 test_packages=(tinyproxy squid nginx-light openssl iproute2 binutils locales)
 bench_packages=(libbenchmark-dev rapidjson-dev jq)
+check_packages=(clang clang-format git python3)
 
 # need_packages NAME... : installs those that are missing; nothing is asked and no service is started.
 need_packages() {

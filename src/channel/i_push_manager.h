@@ -9,12 +9,21 @@ namespace orrery {
 class IPushManager {
   public:
     virtual ~IPushManager() = default;
-    virtual bool Start() = 0;  // one attempt
+    // One attempt to be connected and subscribed, which waits for the network; true at once while a
+    // conversation stands. When to try again is the caller's business. The manager's thread, as Stop.
+    virtual bool Start() = 0;
+    // Ends the conversation, if there is one, and waits for that. Start may follow.
     virtual void Stop() = 0;
+    // The connection stands. Any thread; never waits.
     virtual bool IsConnected() = 0;
+    // Both replace the earlier one; to be set before Start. The connect handler runs inside Start, on its
+    // thread and under the locks of the chain; the close handler on a thread of the channel.
     virtual void SetConnectHandler(ConnectHandler handler) = 0;
     virtual void SetCloseHandler(CloseHandler handler) = 0;
+    // What the service calls; each hands on to the handler of its name.
     virtual void OnConnect() = 0;
+    // A push: its events are raised before the return, and one on a topic that wasn't subscribed to is
+    // dropped.
     virtual void OnMessage(const WideString& topic, const WideString& message) = 0;
     virtual void OnClose() = 0;
 };

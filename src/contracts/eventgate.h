@@ -17,18 +17,21 @@ class IEventReceiver {
   public:
     virtual ~IEventReceiver() = default;
     // On the library's delivering thread, one event at a time, in the order of dispatch. `event` is a
-    // complete document with one member, the event's name; `flag` is that of Dispatch.
+    // complete document with one member, the event's name, and the library's; `flag` is that of Dispatch. It
+    // may take its time: what is dispatched meanwhile waits. An exception costs this event and no other.
     virtual void OnEvent(const CMessageObject& event, bool flag) = 0;
 };
 
 class IEventgate {
   public:
     virtual ~IEventgate() = default;
-    // Null to remove; no call to the earlier receiver comes after the return. Events wait in the queue
-    // while there is none.
+    // Null to remove; no call to the earlier receiver comes after the return: it waits for one in flight,
+    // unless it is made from that call. The receiver stays its owner's. Events wait in the queue while there
+    // is none. Any thread.
     virtual void SetReceiver(IEventReceiver* receiver) = 0;
-    // `text`: a document, an array of documents, or a bare `"Name":{...}`. 0 once queued, 87 for text that
-    // is no event; of an array all events are queued or none. Never delivers before it returns.
+    // `text`: a document, an array of documents, or a bare `"Name":{...}`; copied. 0 once queued, 87 for text
+    // that is no event, 8 when too much waits; of an array all events are queued or none. It neither delivers
+    // before it returns nor waits for a delivery. `flag` goes to the receiver as it is. Any thread.
     virtual uint32_t Dispatch(const WideString& text, bool flag) = 0;
 };
 

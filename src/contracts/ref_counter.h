@@ -9,8 +9,10 @@ namespace orrery {
 class IRefCounter {
   public:
     virtual ~IRefCounter() = default;
-    // Both give the new count.
+    // One more reference, for a caller that holds one itself. Gives the new count.
     virtual uint32_t AddRef() = 0;
+    // Gives the caller's reference up, and the new count. At 0 the object is gone, on this thread, with all
+    // that its end waits for.
     virtual uint32_t Release() = 0;
 };
 

@@ -39,10 +39,13 @@ struct LogArgument {
 class ITracebox {
   public:
     virtual ~ITracebox() = default;
-    // `format` in the manner of printf: %ws wide text, %s narrow text, %d, %u, %x, %%.
+    // Writes one line before it returns, and reports no failure. `format` in the manner of printf: %ws wide
+    // text, %s narrow text, %d, %u, %x, %%; a directive without an argument stays as it is, an argument
+    // of another kind is written in its own manner. Texts are used during the call only.
     virtual void LogArguments(int32_t level, const char* format, const LogArgument* arguments,
                               size_t count) = 0;
 
+    // The same for arguments in their own types.
     template <class... Arguments>
     void Log(int32_t level, const char* format, const Arguments&... arguments) {
         const std::array<LogArgument, sizeof...(arguments)> list{LogArgument(arguments)...};
@@ -56,7 +59,8 @@ void LogTo(ITracebox* tracebox, LogLevel level, const char* format, const Argume
     if (tracebox) tracebox->Log(level, format, arguments...);
 }
 
-// Exported as "GetITracebox" and "FreeITracebox". The latter clears the caller's pointer.
+// Exported as "GetITracebox" and "FreeITracebox": every call gives the process's one object, or null, and it
+// goes with the last FreeITracebox, which clears the caller's pointer.
 using GetITraceboxFunction = ITracebox* (*)();
 using FreeITraceboxFunction = void (*)(ITracebox**);
 
