@@ -50,7 +50,7 @@ void CRealtimeContext::OnProxyUsed(IProxySetting* proxy) {
     if (!last && !proxy) return;
     if (last && proxy && last->Equal(proxy)) return;
     constexpr char16_t event[] = u"{\"ConnectivityTest\":{}}";
-    const uint32_t result = dispatcher->RaiseEventText(event, true);
+    const uint32_t result = dispatcher->RaiseEventText(event, EventOrigin::Local);
     if (result != 0) Trace::Error("an event can't be raised", event, result);
 }
 

@@ -114,7 +114,7 @@ CPluginEventHandlers::Outcome CPluginEventHandlers::RunHandler(CEventHandler& ha
         outcome.result = 0;
     }
     if (!response.items.empty()) {
-        RaiseServerActions(response);
+        RaiseServerActions(std::move(response));
         outcome.result = 0;
     }
     return outcome;
@@ -127,19 +127,19 @@ bool CPluginEventHandlers::RaiseRequestedSequence(const CEventHandler& handler,
         return false;
     }
     LogTo(tracebox, LogInformation, "%ws requests a sequence", handler.name);
-    dispatcher->RaiseSequence(sequence, true);
+    dispatcher->RaiseSequence(sequence, EventOrigin::Local);
     return true;
 }
 
-void CPluginEventHandlers::RaiseServerActions(const CMessageObject& response) const {
+void CPluginEventHandlers::RaiseServerActions(CMessageObject&& response) const {
     CEventSequence actions(u"CPluginEventHandlers::ExecuteEventHandler");
-    const uint32_t added = actions.AddActions(response);
+    const uint32_t added = actions.AddActions(std::move(response));
     if (added == NoData) return;
     if (added != 0) {
         LogTo(tracebox, LogError, "Error %d: Erroneous actions from server", added);
         return;
     }
-    const uint32_t raised = dispatcher->RaiseSequence(actions, false);
+    const uint32_t raised = dispatcher->RaiseSequence(actions, EventOrigin::Remote);
     if (raised != 0) LogTo(tracebox, LogError, "Error %d: Raising actions from server", raised);
 }
 
@@ -162,7 +162,7 @@ uint32_t CPluginEventHandlers::RequestRegistration(const CEventHandler& handler)
           handler.name);
     CMessageObject request(u"EVENT_REGISTER_PERFORM");
     request.AddString(u"EventSource", handler.GetDisplayName());
-    return dispatcher->RaiseEvent(request, true);
+    return dispatcher->RaiseEvent(request, EventOrigin::Local);
 }
 
 }  // namespace orrery

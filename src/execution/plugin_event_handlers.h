@@ -54,7 +54,7 @@ class CPluginEventHandlers {
 
     Outcome RunHandler(CEventHandler& handler, CEventExecution& execution);
     bool RaiseRequestedSequence(const CEventHandler& handler, const CEventSequence& sequence) const;
-    void RaiseServerActions(const CMessageObject& response) const;
+    void RaiseServerActions(CMessageObject&& response) const;
     void UpdateErrorState(const CEventHandler& handler, CEventExecution& execution, Outcome& outcome) const;
     uint32_t RequestRegistration(const CEventHandler& handler) const;
 

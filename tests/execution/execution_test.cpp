@@ -110,7 +110,7 @@ TEST_F(Execution, OneRunAndWhatComesOfIt) {
     const std::string called = ": Calling handler Work";
     const char* const reply = R"({"Actions":{"A":{"b":1},"n":1,"C":{}}})";
     const char* const array = R"({"Actions":[{}]})";
-    const char* const notWritable = R"({"Actions":{"A":[1e999]}})";
+    const char* const notWritable = R"({"Actions":{"A":{"b":1e999}}})";
     const struct {
         Script script;
         uint32_t dispatchResult;
