@@ -14,10 +14,6 @@ namespace {
 
 constexpr uint32_t stringIsValid = 1;
 
-struct ReleaseContext {
-    void operator()(IPluginContext* context) const { context->Release(); }
-};
-
 }  // namespace
 
 CPluginEventHandlers::~CPluginEventHandlers() = default;
@@ -44,20 +40,14 @@ const char16_t* CPluginEventHandlers::GetEventHandlerString() {
     return handlerString.c_str();
 }
 
-IPluginContext* CPluginEventHandlers::AcquireContext() {
+ContextRef CPluginEventHandlers::GetContext() {
     MutexLock hold(contextLock);
-    if (context) context->AddRef();
     return context;
 }
 
-IPluginContext* CPluginEventHandlers::TakeContext() {
+ContextRef CPluginEventHandlers::GiveUpContext() {
     MutexLock hold(contextLock);
-    return std::exchange(context, nullptr);
-}
-
-void CPluginEventHandlers::SetContext(IPluginContext* reference) {
-    MutexLock hold(contextLock);
-    context = reference;
+    return std::move(context);
 }
 
 uint32_t CPluginEventHandlers::CheckHandlerConditions(const CEventHandler& handler,
@@ -101,11 +91,11 @@ CPluginEventHandlers::Outcome CPluginEventHandlers::RunHandler(CEventHandler& ha
     Outcome outcome;
     outcome.result = CheckHandlerConditions(handler, execution);
     if (outcome.result != 0) return outcome;
-    const std::unique_ptr<IPluginContext, ReleaseContext> held(AcquireContext());
+    const ContextRef held = GetContext();  // it may be given up while the handler runs
     CMessageObject response;
     CEventSequence sequence(handler.GetDisplayName());
     uint32_t runFlags = 0;
-    outcome.runResult = handler.Run(held.get(), response, sequence, runFlags);
+    outcome.runResult = handler.Run(held.Get(), response, sequence, runFlags);
     outcome.result = outcome.runResult;
     if ((runFlags & RunFlagSequence) != 0 && RaiseRequestedSequence(handler, sequence)) outcome.result = 0;
     if ((runFlags & RunFlagRetry) != 0) {

@@ -97,7 +97,7 @@ struct Execution : testing::Test {
     CMessageObject event;
     CDispatcherHelper dispatcher;
     CSchedulerHelper scheduler{dispatcher};
-    CPluginEventHandlers registry{&environment.tracebox, &dispatcher, &scheduler};
+    CPluginEventHandlers registry{&environment.tracebox, &dispatcher, &scheduler, {}};
 };
 
 TEST_F(Execution, OneRunAndWhatComesOfIt) {
