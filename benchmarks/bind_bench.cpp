@@ -103,7 +103,6 @@ nlohmann::json Measure(const std::string& hub) {
                           {"kept", SecondsFor([&] { kept.Post(); })},
                           {"ours", SecondsFor(bind)}});
     }
-    registry.TakeContext()->Release();
     return result;
 }
 

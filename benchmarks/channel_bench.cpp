@@ -28,16 +28,16 @@ constexpr int rounds = 10;
 class CountingDispatcher final : public IDispatcherHelper {
   public:
     explicit CountingDispatcher(bench::ArrivalClock& clock) : clock(clock) {}
-    uint32_t RaiseSequence(const CEventSequence& sequence, bool flag) override {
-        return RaiseEventText(sequence.ToText(), flag);
+    uint32_t RaiseSequence(const CEventSequence& sequence, EventOrigin origin) override {
+        return RaiseEventText(sequence.ToText(), origin);
     }
-    uint32_t RaiseEvent(const CMessageObject&, bool) override { return 0; }
-    uint32_t RaiseEventText(const WideString&, bool) override {
+    uint32_t RaiseEvent(const CMessageObject&, EventOrigin) override { return 0; }
+    uint32_t RaiseEventText(const WideString&, EventOrigin) override {
         clock.Count();
         return 0;
     }
-    uint32_t RaiseEventList(const std::vector<WideString>&, bool) override { return 0; }
-    uint32_t RaiseEventArray(const std::vector<WideString>&, bool) override { return 0; }
+    uint32_t RaiseEventList(const std::vector<WideString>&, EventOrigin) override { return 0; }
+    uint32_t RaiseEventArray(const std::vector<WideString>&, EventOrigin) override { return 0; }
 
   private:
     bench::ArrivalClock& clock;

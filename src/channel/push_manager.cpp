@@ -87,13 +87,13 @@ void CPushManager::OnMessage(const WideString& topic, const WideString& message)
     push.Parse(message);
     if (push.items.empty()) return;
     CEventSequence sequence(u"RealTime");
-    uint32_t result = sequence.AddActions(push);
+    uint32_t result = sequence.AddActions(std::move(push));
     if (result == NoData) return;
     if (result != 0) {
         Trace::Error("the actions of a push can't be taken", result);
         return;
     }
-    result = dispatcher->RaiseSequence(sequence, false);
+    result = dispatcher->RaiseSequence(sequence, EventOrigin::Remote);
     if (result != 0) Trace::Error("the events of a push can't be raised", result);
 }
 

@@ -1,5 +1,7 @@
 #include "context/realtime_context.h"
 
+#include <stdexcept>
+
 #include "events/dispatcher_helper.h"
 #include "foundation/settings/config_helper.h"
 #include "foundation/trace.h"
@@ -8,25 +10,32 @@
 namespace orrery {
 
 CRealtimeContext::CRealtimeContext(ITracebox* tracebox, IDispatcherHelper* dispatcher)
-    : configUtil(GetConfigUtil()), dispatcher(dispatcher), wirelink(transport.Get()) {
-    if (wirelink) wirelink->SetProxyObserver(this);
-    try {
-        MakeManagers(tracebox);
-    } catch (...) {
-        if (wirelink) wirelink->SetProxyObserver(nullptr);
-        throw;
-    }
+    : configUtil(GetConfigUtil()),
+      dispatcher(dispatcher),
+      wirelink(transport.Get()),
+      observation(wirelink, this) {
+    MakeManagers(tracebox);
 }
 
-CRealtimeContext::~CRealtimeContext() {
-    dmpManager.reset();
-    manager.reset();
+CRealtimeContext::Observation::Observation(IWirelink* wirelink, IProxyUsedObserver* observer)
+    : wirelink(wirelink) {
+    if (wirelink) wirelink->SetProxyObserver(observer);
+}
+
+CRealtimeContext::Observation::~Observation() {
     if (wirelink) wirelink->SetProxyObserver(nullptr);
 }
 
+// What a manager refuses while there is a store is to work without the transport. The plug-in is of use even
+// so: its events run, each as far as it gets.
 void CRealtimeContext::MakeManagers(ITracebox* tracebox) {
-    manager = std::make_unique<CRealtimeManager>(tracebox, nullptr, dispatcher);
-    if (wirelink) dmpManager = std::make_unique<CDmpNotificationsManager>(nullptr);
+    try {
+        manager = std::make_unique<CRealtimeManager>(tracebox, nullptr, dispatcher);
+        dmpManager = std::make_unique<CDmpNotificationsManager>(nullptr);
+    } catch (const std::logic_error& refusal) {
+        if (!configUtil) throw;
+        Trace::Error("there is no channel or no provider to poll", refusal.what());
+    }
 }
 
 uint32_t CRealtimeContext::Release() {
@@ -36,12 +45,22 @@ uint32_t CRealtimeContext::Release() {
 }
 
 uint32_t CRealtimeContext::Start() {
-    if (!manager->Start()) Trace::Error("the realtime manager can't be started");
+    if (!manager) return 0;
+    try {
+        if (!manager->Start()) Trace::Error("the realtime manager can't be started");
+    } catch (const std::exception& failure) {
+        Trace::Error("the realtime manager can't be started", failure.what());
+    }
     return 0;
 }
 
 void CRealtimeContext::Stop() {
-    manager->Stop(true);
+    if (!manager) return;
+    try {
+        manager->Stop(true);
+    } catch (const std::exception& failure) {
+        Trace::Error("the realtime manager can't be stopped; it ends with the context", failure.what());
+    }
 }
 
 void CRealtimeContext::OnProxyUsed(IProxySetting* proxy) {
@@ -50,7 +69,7 @@ void CRealtimeContext::OnProxyUsed(IProxySetting* proxy) {
     if (!last && !proxy) return;
     if (last && proxy && last->Equal(proxy)) return;
     constexpr char16_t event[] = u"{\"ConnectivityTest\":{}}";
-    const uint32_t result = dispatcher->RaiseEventText(event, true);
+    const uint32_t result = dispatcher->RaiseEventText(event, EventOrigin::Local);
     if (result != 0) Trace::Error("an event can't be raised", event, result);
 }
 

@@ -23,15 +23,15 @@ class IDispatcherHelper;
 
 class CRealtimeContext final : public IPluginContext, public IProxyUsedObserver {
   public:
-    // Born with one reference. A missing transport is only traced here, and leaves the context without a
-    // provider to poll; what the manager's constructor throws goes through.
+    // Born with one reference. A missing transport is only traced, and leaves the context without its two
+    // managers. Throws std::invalid_argument("configUtil") without a settings store, and std::bad_alloc.
     CRealtimeContext(ITracebox* tracebox, IDispatcherHelper* dispatcher);
     CRealtimeContext(const CRealtimeContext&) = delete;
     CRealtimeContext& operator=(const CRealtimeContext&) = delete;
 
     uint32_t AddRef() override { return ++refCount; }
     uint32_t Release() override;
-    uint32_t Start() override;  // always 0
+    uint32_t Start() override;  // always 0: a manager that doesn't start is traced
     void Stop() override;       // silent: no bind event follows
     CRealtimeManager* GetRealtimeManager() override { return manager.get(); }
     INotificationsManager* GetDmpNotificationsManager() override { return dmpManager.get(); }
@@ -43,7 +43,20 @@ class CRealtimeContext final : public IPluginContext, public IProxyUsedObserver 
     CEventControl eventControl{ControlRefuse};
 
   private:
-    ~CRealtimeContext() override;
+    // While it lives, the transport tells the context which proxy it used. Its end waits for a call in
+    // flight.
+    class Observation {
+      public:
+        Observation(IWirelink* wirelink, IProxyUsedObserver* observer);
+        ~Observation();
+        Observation(const Observation&) = delete;
+        Observation& operator=(const Observation&) = delete;
+
+      private:
+        IWirelink* const wirelink;  // may be null
+    };
+
+    ~CRealtimeContext() override = default;
     void MakeManagers(ITracebox* tracebox);
 
     std::atomic<uint32_t> refCount{1};
@@ -51,6 +64,7 @@ class CRealtimeContext final : public IPluginContext, public IProxyUsedObserver 
     IDispatcherHelper* const dispatcher;
     const CWirelinkUse transport;
     IWirelink* const wirelink;  // may be null
+    const Observation observation;
     std::unique_ptr<CRealtimeManager> manager;
     std::unique_ptr<CDmpNotificationsManager> dmpManager;
 };

@@ -1,5 +1,7 @@
 #include "events/dispatcher_helper.h"
 
+#include <new>
+
 #include "foundation/system/install_paths.h"
 #include "foundation/trace.h"
 #include "platform/error_codes.h"
@@ -17,20 +19,20 @@ CDispatcherHelper::~CDispatcherHelper() {
     loader.reset();
 }
 
-uint32_t CDispatcherHelper::RaiseSequence(const CEventSequence& sequence, bool flag) {
-    return RaiseEventText(sequence.ToText(), flag);
+uint32_t CDispatcherHelper::RaiseSequence(const CEventSequence& sequence, EventOrigin origin) {
+    return RaiseEventText(sequence.ToText(), origin);
 }
 
-uint32_t CDispatcherHelper::RaiseEvent(const CMessageObject& message, bool flag) {
+uint32_t CDispatcherHelper::RaiseEvent(const CMessageObject& message, EventOrigin origin) {
     WideString text;
     if (!message.Serialize(text)) {
         Trace::Error("an event can't be written", message.name);
         return InvalidParameter;
     }
-    return RaiseEventText(text, flag);
+    return RaiseEventText(text, origin);
 }
 
-uint32_t CDispatcherHelper::RaiseEventText(const WideString& text, bool flag) {
+uint32_t CDispatcherHelper::RaiseEventText(const WideString& text, EventOrigin origin) {
     if (text.empty()) {
         Trace::Error("there is no event to raise");
         return InvalidParameter;
@@ -38,19 +40,19 @@ uint32_t CDispatcherHelper::RaiseEventText(const WideString& text, bool flag) {
     MutexLock hold(dispatchMutex);
     uint32_t result = eventgate ? Success : LoadLocked();
     if (!eventgate) return result;
-    result = eventgate->Dispatch(text, flag);
+    result = eventgate->Dispatch(text, origin == EventOrigin::Local);
     if (result != 0) {
         Trace::Error("raising an event failed", text, result);
     } else {
-        Trace::Verbose("event raised", text, flag ? "true" : "false");
+        Trace::Verbose("event raised", text, origin == EventOrigin::Local ? "true" : "false");
     }
     return result;
 }
 
-uint32_t CDispatcherHelper::RaiseEventList(const std::vector<WideString>& texts, bool flag) {
+uint32_t CDispatcherHelper::RaiseEventList(const std::vector<WideString>& texts, EventOrigin origin) {
     if (texts.empty()) return InvalidParameter;
     for (const WideString& text : texts) {
-        const uint32_t result = RaiseEventText(text, flag);
+        const uint32_t result = RaiseEventText(text, origin);
         if (result == 0) continue;
         Trace::Error("an event of a list can't be raised, the rest is dropped", text, result);
         return result;
@@ -58,19 +60,30 @@ uint32_t CDispatcherHelper::RaiseEventList(const std::vector<WideString>& texts,
     return Success;
 }
 
-uint32_t CDispatcherHelper::RaiseEventArray(const std::vector<WideString>& texts, bool flag) {
-    WideString all = u"[";
+uint32_t CDispatcherHelper::RaiseEventArray(const std::vector<WideString>& texts, EventOrigin origin) {
+    if (texts.empty()) return InvalidParameter;
+    WideString all;
     for (const WideString& text : texts) {
-        if (all.size() > 1) all += u',';
+        all += all.empty() ? u'[' : u',';
         all += text;
     }
-    return RaiseEventText(all + u"]", flag);
+    return RaiseEventText(all + u']', origin);
 }
 
 uint32_t CDispatcherHelper::LoadLocked() {
     if (loader) return Success;
-    WideString folder;
-    GetInstallFolder(folder);
+    try {
+        WideString folder;
+        GetInstallFolder(folder);
+        return LoadFromLocked(folder);
+    } catch (const std::bad_alloc&) {
+        Trace::Error("there is no memory to load the dispatch library");
+        loader.reset();
+        return NotEnoughMemory;
+    }
+}
+
+uint32_t CDispatcherHelper::LoadFromLocked(const WideString& folder) {
     loader = std::make_unique<CLoader>(folder);
     if (!loader->Load(u"Eventgate.dll", {})) {
         Trace::Error("the dispatch library can't be loaded", folder);

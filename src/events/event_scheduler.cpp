@@ -4,12 +4,12 @@
 
 namespace orrery {
 
-bool CEventScheduler::Schedule(const WideString& text, bool flag) {
-    return dispatcher->RaiseEventText(text, flag) == 0;
+bool CEventScheduler::Schedule(const WideString& text, EventOrigin origin) {
+    return dispatcher->RaiseEventText(text, origin) == 0;
 }
 
-bool CEventScheduler::ScheduleList(const std::vector<WideString>& texts, bool flag) {
-    return dispatcher->RaiseEventList(texts, flag) == 0;
+bool CEventScheduler::ScheduleList(const std::vector<WideString>& texts, EventOrigin origin) {
+    return dispatcher->RaiseEventList(texts, origin) == 0;
 }
 
 }  // namespace orrery

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "contracts/wide_string.h"
+#include "events/event_origin.h"
 
 namespace orrery {
 
@@ -13,16 +14,16 @@ class IDispatcherHelper;
 class IEventScheduler {
   public:
     virtual ~IEventScheduler() = default;
-    virtual bool Schedule(const WideString& text, bool flag) = 0;
-    virtual bool ScheduleList(const std::vector<WideString>& texts, bool flag) = 0;
+    virtual bool Schedule(const WideString& text, EventOrigin origin) = 0;
+    virtual bool ScheduleList(const std::vector<WideString>& texts, EventOrigin origin) = 0;
 };
 
 class CEventScheduler final : public IEventScheduler {
   public:
     explicit CEventScheduler(IDispatcherHelper& dispatcher) : dispatcher(&dispatcher) {}
 
-    bool Schedule(const WideString& text, bool flag) override;
-    bool ScheduleList(const std::vector<WideString>& texts, bool flag) override;
+    bool Schedule(const WideString& text, EventOrigin origin) override;
+    bool ScheduleList(const std::vector<WideString>& texts, EventOrigin origin) override;
 
   private:
     IDispatcherHelper* const dispatcher;

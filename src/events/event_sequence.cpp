@@ -1,5 +1,8 @@
 #include "events/event_sequence.h"
 
+#include <algorithm>
+
+#include "foundation/trace.h"
 #include "platform/error_codes.h"
 #include "platform/guid.h"
 
@@ -9,6 +12,24 @@ namespace {
 
 void AddIfSet(CMessageObject& message, const char16_t* key, const WideString& text) {
     if (!text.empty()) message.AddString(key, text);
+}
+
+// Keys are written as they are.
+bool NeedsNoEscape(WideView key) {
+    return std::none_of(key.begin(), key.end(),
+                        [](char16_t unit) { return unit < u' ' || unit == u'"' || unit == u'\\'; });
+}
+
+// What is below `object` has keys exactly where JSON has them, and such as can be written.
+bool HasJsonKeys(const CMessageObject& object) {
+    return std::all_of(object.items.begin(), object.items.end(), [&object](const CMessageItem& item) {
+        if (item.name.empty() != object.isArray || !NeedsNoEscape(item.name)) return false;
+        return item.kind != KindObject || HasJsonKeys(*item.value.object);
+    });
+}
+
+bool IsPlainObject(const CMessageItem& item) {
+    return item.kind == KindObject && !item.value.object->isArray;
 }
 
 }  // namespace
@@ -28,26 +49,38 @@ void CEventSequence::Stamp(CMessageObject& message) const {
     AddIfSet(message, u"SchedulerExecutionTime", executionTime);
 }
 
-uint32_t CEventSequence::AddEvent(const CMessageObject& message) {
+uint32_t CEventSequence::AddEvent(CMessageObject message) {
+    if (message.isArray || !NeedsNoEscape(message.name) || !HasJsonKeys(message)) return InvalidParameter;
+    return Append(std::move(message));
+}
+
+uint32_t CEventSequence::Append(CMessageObject message) {
     if (!message.IsWritable()) return InvalidParameter;
-    CMessageObject stamped = message;
-    Stamp(stamped);
+    Stamp(message);
     // Without a name it writes itself as a document; with one, as a bare key and object, which is given
     // braces.
     if (message.name.empty()) {
-        events.push_back(std::move(stamped));
+        events.push_back(std::move(message));
     } else {
-        events.emplace_back().AddItem(CMessageItem(std::move(stamped)), true);
+        events.emplace_back().AddItem(CMessageItem(std::move(message)), false);
     }
     return Success;
 }
 
-uint32_t CEventSequence::AddActions(const CMessageObject& response) {
-    const CMessageObject* actions = nullptr;
-    if (!response.GetObject(u"Actions", actions)) return NoData;
-    for (const CMessageItem& action : actions->items) {
-        if (action.kind != KindObject) continue;
-        const uint32_t result = AddEvent(*action.value.object);
+uint32_t CEventSequence::AddActions(CMessageObject&& response) {
+    const auto found = std::find_if(response.items.begin(), response.items.end(),
+                                    [](const CMessageItem& item) { return item.name == u"Actions"; });
+    if (found == response.items.end() || !IsPlainObject(*found)) return NoData;
+    const CMessageItem actions = std::move(*found);
+    response.items.erase(found);
+    for (CMessageItem& action : actions.value.object->items) {
+        if (!IsPlainObject(action)) continue;
+        // One event that can't be told in JSON doesn't cost the others.
+        if (action.name.empty() || !NeedsNoEscape(action.name) || !HasJsonKeys(*action.value.object)) {
+            Trace::Warning("an action has a key that can't be written: left out", action.name);
+            continue;
+        }
+        const uint32_t result = Append(std::move(*action.value.object));
         if (result != 0) return result;
     }
     return events.empty() ? NoData : Success;

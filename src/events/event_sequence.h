@@ -13,11 +13,13 @@ class CEventSequence {
   public:
     explicit CEventSequence(WideString source, WideString schedulerId = {}, WideString executionTime = {});
 
-    // 0, or 87 for a message that can't be written. A named object becomes a document of its own.
-    uint32_t AddEvent(const CMessageObject& message);
-    // Each member of `Actions` that is an object or array. 232 if the sequence is empty then, or there is no
-    // such object; else the first failure of AddEvent.
-    uint32_t AddActions(const CMessageObject& response);
+    // 0, or 87 for what is no event: an array, or a message whose values or keys can't be written as JSON. A
+    // named object becomes a document of its own.
+    uint32_t AddEvent(CMessageObject message);
+    // Takes the object `Actions` out of `response`. Each of its members that is a plain object is an event;
+    // one with a key that JSON would have to escape is left out. 232 if the sequence is empty then, or there
+    // is no such object; 87 for a value that can't be written.
+    uint32_t AddActions(CMessageObject&& response);
 
     bool IsEmpty() const { return events.empty(); }
     // Nothing, one document, or an array of them.
@@ -25,6 +27,7 @@ class CEventSequence {
 
   private:
     void Stamp(CMessageObject& message) const;
+    uint32_t Append(CMessageObject message);
 
     const WideString source;
     WideString sequenceId;  // empty if the system gave no GUID

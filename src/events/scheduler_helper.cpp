@@ -114,12 +114,12 @@ uint32_t CSchedulerHelper::GetRetryId(const CMessageObject& event, WideString& i
 
 uint32_t CSchedulerHelper::ScheduleEvent(const CMessageObject& event, uint32_t delay,
                                          const WideString& source) {
-    if (delay == 0) return dispatcher->RaiseEvent(event, true);
+    if (delay == 0) return dispatcher->RaiseEvent(event, EventOrigin::Local);
     WideString id;
     GetRetryId(event, id);  // without a hash the task still goes out
     CMessageObject request;
     const uint32_t result = BuildTaskAdd(request, event, DecimalText(uint64_t{delay}), {}, source, id, {});
-    return result != 0 ? result : dispatcher->RaiseEvent(request, true);
+    return result != 0 ? result : dispatcher->RaiseEvent(request, EventOrigin::Local);
 }
 
 uint32_t CSchedulerHelper::RemoveRetry(const CMessageObject& event) {
@@ -165,14 +165,14 @@ uint32_t CSchedulerHelper::RemoveTask(const WideString& scheduleId) {
     if (!TaskExists(scheduleId)) return Success;
     CMessageObject request;
     if (!BuildTaskRemove(scheduleId, request)) return NotEnoughMemory;
-    return dispatcher->RaiseEvent(request, true);
+    return dispatcher->RaiseEvent(request, EventOrigin::Local);
 }
 
 uint32_t CSchedulerHelper::RaiseIdRequest(const char16_t* name, const WideString& scheduleId) {
     if (scheduleId.empty()) return Success;
     CMessageObject request;
     AddIdRequest(request, name, scheduleId);
-    return dispatcher->RaiseEvent(request, true);
+    return dispatcher->RaiseEvent(request, EventOrigin::Local);
 }
 
 uint32_t CSchedulerHelper::EnableTask(const WideString& scheduleId) {

@@ -14,10 +14,6 @@ namespace {
 
 constexpr uint32_t stringIsValid = 1;
 
-struct ReleaseContext {
-    void operator()(IPluginContext* context) const { context->Release(); }
-};
-
 }  // namespace
 
 CPluginEventHandlers::~CPluginEventHandlers() = default;
@@ -44,20 +40,14 @@ const char16_t* CPluginEventHandlers::GetEventHandlerString() {
     return handlerString.c_str();
 }
 
-IPluginContext* CPluginEventHandlers::AcquireContext() {
+ContextRef CPluginEventHandlers::GetContext() {
     MutexLock hold(contextLock);
-    if (context) context->AddRef();
     return context;
 }
 
-IPluginContext* CPluginEventHandlers::TakeContext() {
+ContextRef CPluginEventHandlers::GiveUpContext() {
     MutexLock hold(contextLock);
-    return std::exchange(context, nullptr);
-}
-
-void CPluginEventHandlers::SetContext(IPluginContext* reference) {
-    MutexLock hold(contextLock);
-    context = reference;
+    return std::move(context);
 }
 
 uint32_t CPluginEventHandlers::CheckHandlerConditions(const CEventHandler& handler,
@@ -101,11 +91,11 @@ CPluginEventHandlers::Outcome CPluginEventHandlers::RunHandler(CEventHandler& ha
     Outcome outcome;
     outcome.result = CheckHandlerConditions(handler, execution);
     if (outcome.result != 0) return outcome;
-    const std::unique_ptr<IPluginContext, ReleaseContext> held(AcquireContext());
+    const ContextRef held = GetContext();  // it may be given up while the handler runs
     CMessageObject response;
     CEventSequence sequence(handler.GetDisplayName());
     uint32_t runFlags = 0;
-    outcome.runResult = handler.Run(held.get(), response, sequence, runFlags);
+    outcome.runResult = handler.Run(held.Get(), response, sequence, runFlags);
     outcome.result = outcome.runResult;
     if ((runFlags & RunFlagSequence) != 0 && RaiseRequestedSequence(handler, sequence)) outcome.result = 0;
     if ((runFlags & RunFlagRetry) != 0) {
@@ -114,7 +104,7 @@ CPluginEventHandlers::Outcome CPluginEventHandlers::RunHandler(CEventHandler& ha
         outcome.result = 0;
     }
     if (!response.items.empty()) {
-        RaiseServerActions(response);
+        RaiseServerActions(std::move(response));
         outcome.result = 0;
     }
     return outcome;
@@ -127,19 +117,19 @@ bool CPluginEventHandlers::RaiseRequestedSequence(const CEventHandler& handler,
         return false;
     }
     LogTo(tracebox, LogInformation, "%ws requests a sequence", handler.name);
-    dispatcher->RaiseSequence(sequence, true);
+    dispatcher->RaiseSequence(sequence, EventOrigin::Local);
     return true;
 }
 
-void CPluginEventHandlers::RaiseServerActions(const CMessageObject& response) const {
+void CPluginEventHandlers::RaiseServerActions(CMessageObject&& response) const {
     CEventSequence actions(u"CPluginEventHandlers::ExecuteEventHandler");
-    const uint32_t added = actions.AddActions(response);
+    const uint32_t added = actions.AddActions(std::move(response));
     if (added == NoData) return;
     if (added != 0) {
         LogTo(tracebox, LogError, "Error %d: Erroneous actions from server", added);
         return;
     }
-    const uint32_t raised = dispatcher->RaiseSequence(actions, false);
+    const uint32_t raised = dispatcher->RaiseSequence(actions, EventOrigin::Remote);
     if (raised != 0) LogTo(tracebox, LogError, "Error %d: Raising actions from server", raised);
 }
 
@@ -162,7 +152,7 @@ uint32_t CPluginEventHandlers::RequestRegistration(const CEventHandler& handler)
           handler.name);
     CMessageObject request(u"EVENT_REGISTER_PERFORM");
     request.AddString(u"EventSource", handler.GetDisplayName());
-    return dispatcher->RaiseEvent(request, true);
+    return dispatcher->RaiseEvent(request, EventOrigin::Local);
 }
 
 }  // namespace orrery

@@ -9,7 +9,7 @@
 #include <map>
 #include <memory>
 
-#include "context/plugin_context.h"
+#include "context/context_ref.h"
 #include "contracts/tracebox.h"
 #include "execution/event_execution.h"
 #include "execution/event_handler.h"
@@ -21,8 +21,10 @@ class IDispatcherHelper;
 
 class CPluginEventHandlers {
   public:
-    CPluginEventHandlers(ITracebox* tracebox, IDispatcherHelper* dispatcher, ISchedulerHelper* scheduler)
-        : tracebox(tracebox), dispatcher(dispatcher), scheduler(scheduler) {}
+    // `context` is handed to every handler. The pointers outlive the registry.
+    CPluginEventHandlers(ITracebox* tracebox, IDispatcherHelper* dispatcher, ISchedulerHelper* scheduler,
+                         ContextRef context)
+        : context(std::move(context)), tracebox(tracebox), dispatcher(dispatcher), scheduler(scheduler) {}
     virtual ~CPluginEventHandlers();
     CPluginEventHandlers(const CPluginEventHandlers&) = delete;
     CPluginEventHandlers& operator=(const CPluginEventHandlers&) = delete;
@@ -38,13 +40,11 @@ class CPluginEventHandlers {
     // goes through.
     uint32_t ExecuteEventHandler(const WideString& name, const CMessageObject& event);
 
-    // A reference of the caller's own, or null once the context was given up.
-    IPluginContext* AcquireContext() EXCLUDES(contextLock);
-    // Hands the registry's reference to the caller: from here on no event reaches the context.
-    IPluginContext* TakeContext() EXCLUDES(contextLock);
-
-  protected:
-    void SetContext(IPluginContext* reference) EXCLUDES(contextLock);
+    // None once the context was given up.
+    ContextRef GetContext() EXCLUDES(contextLock);
+    // Hands the registry's share to the caller: no later event reaches the context. Whoever comes second gets
+    // none.
+    ContextRef GiveUpContext() EXCLUDES(contextLock);
 
   private:
     struct Outcome {
@@ -54,7 +54,7 @@ class CPluginEventHandlers {
 
     Outcome RunHandler(CEventHandler& handler, CEventExecution& execution);
     bool RaiseRequestedSequence(const CEventHandler& handler, const CEventSequence& sequence) const;
-    void RaiseServerActions(const CMessageObject& response) const;
+    void RaiseServerActions(CMessageObject&& response) const;
     void UpdateErrorState(const CEventHandler& handler, CEventExecution& execution, Outcome& outcome) const;
     uint32_t RequestRegistration(const CEventHandler& handler) const;
 
@@ -63,8 +63,8 @@ class CPluginEventHandlers {
     WideString handlerString GUARDED_BY(stringLock);
     uint32_t cacheFlags GUARDED_BY(stringLock) = 0;  // bit 0: `handlerString` is valid
     Mutex contextLock;
-    IPluginContext* context GUARDED_BY(contextLock) = nullptr;  // one reference
-    ITracebox* const tracebox;                                  // may be null
+    ContextRef context GUARDED_BY(contextLock);
+    ITracebox* const tracebox;  // may be null
     IDispatcherHelper* const dispatcher;
     ISchedulerHelper* const scheduler;
 };

@@ -1,7 +1,5 @@
 #include "handlers/device_bind_handler.h"
 
-#include <new>
-
 #include "context/realtime_context.h"
 #include "events/dispatcher_helper.h"
 #include "foundation/settings/registration.h"
@@ -17,26 +15,20 @@ namespace orrery {
 
 Mutex CDeviceBindHandler::bindMutex;
 
-uint32_t CDeviceBindHandler::Run(IPluginContext* context, CMessageObject&, CEventSequence&,
-                                 uint32_t& runFlags) {
-    if (!context) {
-        Trace::Error("a bind without a context");
-        return Success;
-    }
-    auto* realtime = dynamic_cast<CRealtimeContext*>(context);
+uint32_t CDeviceBindHandler::RunOn(CRealtimeContext& context, CEventSequence&, uint32_t& runFlags) {
     MutexLock hold(bindMutex);
     const bool force = IsForced();
     WideString deviceId;
     WideString notificationId;
     if (!GetRegisteredDeviceId(deviceId) || !GetRegisteredNotificationId(notificationId)) return Success;
-    const uint32_t provider = ChooseProvider(realtime);
+    const uint32_t provider = ChooseProvider(context);
     if (provider == ProviderNone) return Success;
     CDeviceBindInfo info(provider, nullptr, notificationId);
     if (!force && !info.HasChanged()) {
         Trace::Information("the server knows the provider already", provider);
         return Success;
     }
-    const uint32_t result = Bind(info, realtime->GetDispatcher());
+    const uint32_t result = Bind(info, context.GetDispatcher());
     if (result != Success) runFlags |= RunFlagRetry;
     return result;
 }
@@ -49,13 +41,13 @@ bool CDeviceBindHandler::IsForced() const {
     return force;
 }
 
-uint32_t CDeviceBindHandler::ChooseProvider(CRealtimeContext* context) const {
-    CRealtimeManager* manager = context ? context->GetRealtimeManager() : nullptr;
+uint32_t CDeviceBindHandler::ChooseProvider(CRealtimeContext& context) const {
+    CRealtimeManager* manager = context.GetRealtimeManager();
     if (manager && manager->IsPushConnected()) {
         LogTo(tracebox, LogInformation, "Should bind to CommandHub notifications (real time)");
         return ProviderCommandHub;
     }
-    if (context && context->GetDmpNotificationsManager()) {
+    if (context.GetDmpNotificationsManager()) {
         LogTo(tracebox, LogInformation, "Should bind to DMP notifications");
         return ProviderDmp;
     }
@@ -94,10 +86,6 @@ void CDeviceBindHandler::NoteAccepted(CDeviceBindInfo& info) const {
         LogTo(tracebox, LogInformation, "Binded to %d", info.provider);
     }
     if (!info.SaveLastInfoSent()) LogTo(tracebox, LogError, "Error: Cannot save last bind info sent");
-}
-
-IEventRun* CDeviceBindHandler::NewInstance(const CMessageObject& toRun, ISchedulerHelper* helper) const {
-    return new (std::nothrow) CDeviceBindHandler(tracebox, helper, toRun);
 }
 
 }  // namespace orrery

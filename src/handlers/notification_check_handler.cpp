@@ -1,7 +1,5 @@
 #include "handlers/notification_check_handler.h"
 
-#include <new>
-
 #include "context/realtime_context.h"
 #include "events/event_sequence.h"
 #include "foundation/trace.h"
@@ -10,24 +8,19 @@
 
 namespace orrery {
 
-uint32_t CNotificationCheckHandler::Run(IPluginContext* context, CMessageObject&, CEventSequence& sequence,
-                                        uint32_t& runFlags) {
-    auto* realtime = dynamic_cast<CRealtimeContext*>(context);
-    if (!realtime) {
-        Trace::Error("a poll without a context");
-        return Success;
-    }
-    CAutoEventControl control(realtime->eventControl);
-    control.acquired = realtime->eventControl.Acquire();
+uint32_t CNotificationCheckHandler::RunOn(CRealtimeContext& context, CEventSequence& sequence,
+                                          uint32_t& runFlags) {
+    CAutoEventControl control(context.eventControl);
+    control.acquired = context.eventControl.Acquire();
     if (!control.acquired) {
         Trace::Error("a poll is running already");
         return AlreadyRunning;
     }
-    if (!ShouldPoll(*realtime)) {
+    if (!ShouldPoll(context)) {
         Trace::Information("push reaches the device: no poll");
         return Success;
     }
-    return SomethingWaits(*realtime) ? AddPush(sequence, runFlags) : Success;
+    return SomethingWaits(context) ? AddPush(sequence, runFlags) : Success;
 }
 
 // What was last told to the server decides; before anything was told, the channel does.
@@ -56,11 +49,6 @@ uint32_t CNotificationCheckHandler::AddPush(CEventSequence& sequence, uint32_t& 
         Trace::Error("an event can't be raised", push.name, result);
     }
     return result;
-}
-
-IEventRun* CNotificationCheckHandler::NewInstance(const CMessageObject& toRun,
-                                                  ISchedulerHelper* helper) const {
-    return new (std::nothrow) CNotificationCheckHandler(tracebox, helper, toRun);
 }
 
 }  // namespace orrery

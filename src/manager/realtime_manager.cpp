@@ -335,7 +335,7 @@ bool CRealtimeManager::IsPushConnected() {
 }
 
 bool CRealtimeManager::Schedule(const char16_t* event) {
-    return CEventScheduler(*dispatcher).Schedule(event, false);
+    return CEventScheduler(*dispatcher).Schedule(event, EventOrigin::Remote);
 }
 
 bool CRealtimeManager::SendDeviceBind(bool force) {

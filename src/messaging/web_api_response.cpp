@@ -85,10 +85,10 @@ bool WebApiResponse::ParseEnvelope() {
     return true;
 }
 
-void WebApiResponse::ForwardActions() const {
+void WebApiResponse::ForwardActions() {
     CEventSequence sequence(u"WebApiResponse Actions from Orrery Server");
-    if (!dispatcherHelper || sequence.AddActions(envelope) != Success) return;
-    const uint32_t result = dispatcherHelper->RaiseSequence(sequence, false);
+    if (!dispatcherHelper || sequence.AddActions(std::move(envelope)) != Success) return;
+    const uint32_t result = dispatcherHelper->RaiseSequence(sequence, EventOrigin::Remote);
     if (result != Success) Trace::Error("the actions of an error reply can't be raised", result);
 }
 

@@ -59,7 +59,7 @@ class WebApiResponse final : public IRequestResponse {
     void KeepContent(const void* bytes, uint32_t size);
     void ClearEnvelope();
     bool ParseEnvelope();
-    void ForwardActions() const;
+    void ForwardActions();
 
     uint32_t status = 0;
     CalendarTime date;

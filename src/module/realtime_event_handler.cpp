@@ -13,22 +13,20 @@ namespace {
 
 template <class Handler>
 void AddPrototype(CPluginEventHandlers& registry, ITracebox* tracebox, ISchedulerHelper* scheduler) {
-    auto prototype = std::make_unique<Handler>(tracebox, scheduler);
-    const WideString name = prototype->name;
-    registry.AddEventHandler(name, std::move(prototype));
+    registry.AddEventHandler(Handler::eventName, std::make_unique<Handler>(tracebox, scheduler));
 }
 
 }  // namespace
 
 CRealtimeEventHandler::CRealtimeEventHandler(ITracebox* tracebox, IDispatcherHelper* dispatcher,
                                              ISchedulerHelper* scheduler)
-    : CPluginEventHandlers(tracebox, dispatcher, scheduler) {
+    : CPluginEventHandlers(tracebox, dispatcher, scheduler,
+                           ContextRef(new (std::nothrow) CRealtimeContext(tracebox, dispatcher))) {
     AddPrototype<CDeviceBindHandler>(*this, tracebox, scheduler);
     AddPrototype<CNotificationCheckHandler>(*this, tracebox, scheduler);
     AddPrototype<CRealtimeClearHandler>(*this, tracebox, scheduler);
     AddPrototype<CRealtimeEnableHandler>(*this, tracebox, scheduler);
     AddPrototype<CRealtimeDisableHandler>(*this, tracebox, scheduler);
-    SetContext(new (std::nothrow) CRealtimeContext(tracebox, dispatcher));
 }
 
 }  // namespace orrery

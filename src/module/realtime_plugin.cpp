@@ -1,17 +1,10 @@
 #include "module/realtime_plugin.h"
 
-#include "execution/plugin_event_handlers.h"
 #include "foundation/trace.h"
+#include "module/plugin_objects.h"
 #include "platform/error_codes.h"
 
 namespace orrery {
-
-void StopContext(CPluginEventHandlers& eventHandlers) {
-    IPluginContext* context = eventHandlers.TakeContext();
-    if (!context) return;
-    context->Stop();
-    context->Release();
-}
 
 uint32_t CRealtimePlugin::Release() {
     const uint32_t count = --refCount;
@@ -20,29 +13,34 @@ uint32_t CRealtimePlugin::Release() {
 }
 
 uint32_t CRealtimePlugin::Start() {
-    IPluginContext* context = eventHandlers.AcquireContext();
+    const auto objects = PluginObjects::Current();
+    const ContextRef context = objects ? objects->Registry().GetContext() : ContextRef();
     if (!context) return Success;
     const uint32_t result = context->Start();
-    context->Release();
     if (result != 0) Trace::Error("the context can't be started", result);
     return result;
 }
 
 void CRealtimePlugin::Stop() {
-    StopContext(eventHandlers);
+    if (const auto objects = PluginObjects::Current()) objects->StopContext();
 }
 
 const char16_t* CRealtimePlugin::GetEventHandlerString() {
-    return eventHandlers.GetEventHandlerString();
+    const auto objects = PluginObjects::Current();
+    return objects ? objects->Registry().GetEventHandlerString() : u"";
 }
 
+// The share that it holds keeps the registry while the event runs, whatever the host frees meanwhile.
 uint32_t CRealtimePlugin::ExecuteEvent(const CMessageObject& event) {
     WideString name;
     if (!event.GetMessageName(name)) {
         Trace::Error("an event without a name");
         return InvalidParameter;
     }
-    return eventHandlers.ExecuteEventHandler(name, event);
+    const auto objects = PluginObjects::Current();
+    if (objects) return objects->Registry().ExecuteEventHandler(name, event);
+    Trace::Error("an event after the plug-in was freed", name);
+    return InvalidParameter;
 }
 
 }  // namespace orrery

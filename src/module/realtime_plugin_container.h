@@ -1,5 +1,5 @@
-// The container: what GetIPlugin hands to the host, and the process-wide objects behind it. They live from
-// the first GetIPlugin to the last FreeIPlugin and can be made again after that.
+// The container: what GetIPlugin hands to the host. It counts the uses of the host: the first makes the
+// process-wide objects, the last frees them, and they can be made again after that.
 #pragma once
 
 #include "contracts/plugin.h"
@@ -12,8 +12,8 @@ class CRealtimePluginContainer final : public IPluginV1 {
     uint32_t QueryInterface(const WideString& guid, IPluginInterface** out) override;
 };
 
-// Serialised by the module mutex. What the context's constructor throws leaves AcquirePlugin, with nothing
-// left behind.
+// Serialised by the module mutex. Without memory for the plug-in AcquirePlugin gives null; what the context's
+// constructor throws leaves it, with nothing left behind.
 IPluginV1* AcquirePlugin();
 void ReleasePlugin(IPluginV1* plugin);
 

@@ -31,14 +31,14 @@ TEST_F(Dispatch, FailedLoadIsToldOnce) {
         environment.Remove("Eventgate");
         if (code != DllNotFound) environment.Replace("Eventgate", library);
         CDispatcherHelper failing;
-        EXPECT_EQ(failing.RaiseEventText({}, true), InvalidParameter) << "loads nothing";
-        EXPECT_EQ(failing.RaiseEventText(u"{}", true), code);
+        EXPECT_EQ(failing.RaiseEventText({}, EventOrigin::Local), InvalidParameter) << "loads nothing";
+        EXPECT_EQ(failing.RaiseEventText(u"{}", EventOrigin::Local), code);
         environment.Replace("Eventgate", "services");
-        EXPECT_EQ(failing.RaiseEventText(u"{}", true), 0U);
+        EXPECT_EQ(failing.RaiseEventText(u"{}", EventOrigin::Local), 0U);
     }
     environment.eventgate.Answer({0, 31});
-    EXPECT_EQ(dispatcher.RaiseEventList({u"1", u"2", u"3"}, false), 31U);
-    EXPECT_EQ(dispatcher.RaiseEventArray({u"4", u"5"}, true), 0U);
+    EXPECT_EQ(dispatcher.RaiseEventList({u"1", u"2", u"3"}, EventOrigin::Remote), 31U);
+    EXPECT_EQ(dispatcher.RaiseEventArray({u"4", u"5"}, EventOrigin::Local), 0U);
     EXPECT_EQ(environment.eventgate.Take(), (Events{{"1", false}, {"2", false}, {"[4,5]", true}}));
     EXPECT_EQ(environment.eventgate.uses, 1) << "loaded once";
 }

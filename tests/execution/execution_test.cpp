@@ -97,7 +97,7 @@ struct Execution : testing::Test {
     CMessageObject event;
     CDispatcherHelper dispatcher;
     CSchedulerHelper scheduler{dispatcher};
-    CPluginEventHandlers registry{&environment.tracebox, &dispatcher, &scheduler};
+    CPluginEventHandlers registry{&environment.tracebox, &dispatcher, &scheduler, {}};
 };
 
 TEST_F(Execution, OneRunAndWhatComesOfIt) {
@@ -110,7 +110,7 @@ TEST_F(Execution, OneRunAndWhatComesOfIt) {
     const std::string called = ": Calling handler Work";
     const char* const reply = R"({"Actions":{"A":{"b":1},"n":1,"C":{}}})";
     const char* const array = R"({"Actions":[{}]})";
-    const char* const notWritable = R"({"Actions":{"A":[1e999]}})";
+    const char* const notWritable = R"({"Actions":{"A":{"b":1e999}}})";
     const struct {
         Script script;
         uint32_t dispatchResult;

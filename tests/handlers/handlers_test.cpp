@@ -17,10 +17,7 @@ constexpr char16_t toDmp[] = uR"({"NotificationProvider":2,"RecipientId":"n"})";
 constexpr char16_t toHub[] = uR"({"NotificationProvider":6,"RecipientId":"n"})";
 
 struct Handlers : WirelinkTest {
-    ~Handlers() override {
-        context->Stop();
-        for (IPluginContext* reference : {context, registry.TakeContext()}) reference->Release();
-    }
+    ~Handlers() override { context->Stop(); }
     void BringUp(const WebSocketServer& server) {
         config.Set(u"Communications.Method_CommandHub.Scheme", u"ws");
         config.Set(u"Communications.Method_CommandHub.Hostname", server.Uri().substr(5));
@@ -53,7 +50,7 @@ struct Handlers : WirelinkTest {
     CDispatcherHelper dispatcher;
     CSchedulerHelper scheduler{dispatcher};
     CRealtimeEventHandler registry{&environment.tracebox, &dispatcher, &scheduler};
-    IPluginContext* context = registry.AcquireContext();
+    ContextRef context = registry.GetContext();
 };
 
 TEST_F(Handlers, ABindIsToldOnceAndKeptIfAccepted) {
