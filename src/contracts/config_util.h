@@ -35,8 +35,8 @@ class ConfigUtil {
     // without it. A value that doesn't fit is a failure that leaves the buffer alone.
     virtual uint32_t ReadValueParts(const char16_t* section, const char16_t* group, const char16_t* name,
                                     char16_t* buffer, uint32_t* size, uint32_t flags) = 0;
-    // On 0 the value is kept, even if the process is killed at once, and every later read gives it; a power cut
-    // may cost the last writes, never an older one before them. The observers of its section are told
+    // On 0 the value is kept, even if the process is killed at once, and every later read gives it; a power
+    // cut may cost the last writes, never an older one before them. The observers of its section are told
     // afterwards; they may hear of a write that changed nothing as well.
     virtual uint32_t WriteValue(const WideString& key, const WideString& value, uint32_t flags) = 0;
     // As WriteValue, for the key of the three parts.
