@@ -58,6 +58,7 @@ class IProxySetting {
     virtual const char16_t* ProxyList() const = 0;
     // What the proxy is told of the user; empty: nothing.
     virtual const char16_t* Username() const = 0;
+    // In the clear.
     virtual const char16_t* Password() const = 0;
     // Where the PAC file of a WPAD entry is; empty if it is to be discovered.
     virtual const char16_t* WPADUrl() const = 0;
