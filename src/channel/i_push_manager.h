@@ -16,15 +16,18 @@ class IPushManager {
     virtual void Stop() = 0;
     // The connection stands. Any thread; never waits.
     virtual bool IsConnected() = 0;
-    // Both replace the earlier one; to be set before Start. The connect handler runs inside Start, on its
-    // thread and under the locks of the chain; the close handler on a thread of the channel.
+    // Replaces the earlier one, as the next does; to be set before Start. Called inside Start, on its thread
+    // and under the locks of the chain: it must not call the manager.
     virtual void SetConnectHandler(ConnectHandler handler) = 0;
+    // Called on a thread of the channel, when a connection has ended.
     virtual void SetCloseHandler(CloseHandler handler) = 0;
-    // What the service calls; each hands on to the handler of its name.
+    // What the service calls, as it does the next two: the connection stands, and the connect handler is
+    // told.
     virtual void OnConnect() = 0;
     // A push: its events are raised before the return, and one on a topic that wasn't subscribed to is
     // dropped.
     virtual void OnMessage(const WideString& topic, const WideString& message) = 0;
+    // The connection has ended, and the close handler is told. Nothing is tried again here.
     virtual void OnClose() = 0;
 };
 

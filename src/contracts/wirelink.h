@@ -58,6 +58,7 @@ class IProxySetting {
     virtual const char16_t* ProxyList() const = 0;
     // What the proxy is told of the user; empty: nothing.
     virtual const char16_t* Username() const = 0;
+    // In the clear.
     virtual const char16_t* Password() const = 0;
     // Where the PAC file of a WPAD entry is; empty if it is to be discovered.
     virtual const char16_t* WPADUrl() const = 0;
@@ -102,14 +103,15 @@ class ITrustStore {
     virtual ~ITrustStore() = default;
     // False: the lists count for nothing; what the system itself trusts is asked all the same.
     virtual void SetEnabled(bool enabled) = 0;
-    // Adds to what is known of the domain. From then on it takes only servers that one of its texts names,
-    // none if there is none; a text that can't be read names nobody.
+    // Adds to what is known of the domain. From then on only servers that one of its texts names
+    // are taken for it, none if it has no text; one that can't be read names nobody.
     virtual void AddTrustedCertificates(const char16_t* domain, uint32_t count,
                                         const char16_t* const* certificates) = 0;
 };
 
 // One request: set up, then sent once, then asked for the answer. Results are 0 or an error code
-// (platform/error_codes.h); an HTTP status of failure is an answer, not a failure. Nothing is thrown.
+// (platform/error_codes.h); an HTTP status of failure is an answer, not a failure. None is
+// thrown.
 class IConnection {
   public:
     virtual ~IConnection() = default;
@@ -139,7 +141,8 @@ class IConnection {
 };
 
 // A client of one service of the server. Each operation is one request, which it waits for; false: no answer,
-// or one that says no. Nothing is thrown, and nothing is tried again. It may be kept as long as it is wanted.
+// or one that says no. No failure is thrown, and nothing is tried again. It may be kept as long as it is
+// wanted.
 class IServiceClient {
   public:
     virtual ~IServiceClient() = default;

@@ -22,7 +22,7 @@ HelperResult RunShell(const std::string& script, std::chrono::milliseconds deadl
 TEST(HelperProcess, SeesNothingOfOurs) {
     const int ours = open("/dev/null", O_RDONLY);  // without close-on-exec
     setenv("SECRET_OF_OURS", "1", 1);
-    EXPECT_EQ(RunShell("cat; ls /proc/$$/fd | tr '\\n' ' '; env | grep -c SECRET").output, "0 1 2 0\n");
+    EXPECT_EQ(RunShell("cat; ls /proc/$$/fd; env | grep -c SECRET").output, "0\n1\n2\n0\n");
     unsetenv("SECRET_OF_OURS");
     close(ours);
 }
