@@ -1,10 +1,11 @@
-// The operations by which a PAC file is found and asked. They block, for at most 15 s each, and take no
-// lock. Safe from any thread.
+// The operations by which a PAC file is found and asked. They block, each for as long as it is allowed, and
+// take no lock. Safe from any thread.
 //
 // The network and the script are touched by a helper program with limits on memory, processor time and the
 // clock, never by this process. Nothing is remembered: each question fetches the script anew.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -27,6 +28,8 @@ enum AutoProxyError : uint32_t {
     AutoProxyNotDetected = 12180,
 };
 
+inline constexpr std::chrono::milliseconds autoProxyDeadline{15'000};
+
 class AutoProxySession {
   public:
     virtual ~AutoProxySession() = default;
@@ -38,9 +41,11 @@ class AutoProxySession {
 };
 
 // The URL of the PAC file of this network: the `wpad` host of the machine's search domains.
-bool DetectAutoProxyConfigUrl(uint32_t flags, WideString& pacUrl);
-// Null on failure, which is when the helper program is missing. Destroying the session closes it.
-std::unique_ptr<AutoProxySession> OpenAutoProxySession();
+bool DetectAutoProxyConfigUrl(uint32_t flags, WideString& pacUrl,
+                              std::chrono::milliseconds atMost = autoProxyDeadline);
+// Null on failure, which is when the helper program is missing. `atMost` is for each question. Destroying the
+// session closes it.
+std::unique_ptr<AutoProxySession> OpenAutoProxySession(std::chrono::milliseconds atMost = autoProxyDeadline);
 // What became of the calling thread's last operation here: 0 for success, an AutoProxyError, or the system's
 // error number.
 uint32_t LastAutoProxyError();

@@ -8,11 +8,11 @@
 
 namespace orrery::wirelink {
 
-BodyDecoder::BodyDecoder(std::string_view coding) {
+BodyDecoder::BodyDecoder(const std::vector<std::string>& codings) {
     constexpr int gzipOrZlib = 32;  // told by the stream's first bytes
-    if (coding.empty() || coding == "identity") {
+    if (codings.empty()) {
         kind = Kind::Plain;
-    } else if (coding.find(',') == coding.npos && KnownEncodings(coding) == coding &&
+    } else if (codings.size() == 1 && IsKnownEncoding(codings[0]) &&
                inflateInit2(&stream, MAX_WBITS + gzipOrZlib) == Z_OK) {
         kind = Kind::Compressed;
     }

@@ -6,7 +6,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace orrery::wirelink {
 
@@ -15,8 +17,8 @@ class BodyDecoder {
     // 0, or the error code that ends the decoding.
     using Output = std::function<uint32_t(std::string_view plain)>;
 
-    // `coding`: the value of Content-Encoding; empty for none.
-    explicit BodyDecoder(std::string_view coding);
+    // What was applied to the body, in any letter case; one coding can be undone, not one over another.
+    explicit BodyDecoder(const std::vector<std::string>& codings);
     ~BodyDecoder();
     BodyDecoder(const BodyDecoder&) = delete;
     BodyDecoder& operator=(const BodyDecoder&) = delete;

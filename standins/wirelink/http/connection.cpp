@@ -7,14 +7,13 @@
 #include "platform/clock.h"
 #include "platform/error_codes.h"
 #include "platform/text.h"
+#include "standins/wirelink/base/deadline.h"
 #include "standins/wirelink/http/download_file.h"
 #include "standins/wirelink/http/response_record.h"
 #include "standins/wirelink/signature/request_signature.h"
 
 namespace orrery::wirelink {
 namespace {
-
-using std::chrono::milliseconds;
 
 // The caller is beyond a library's border, which no exception crosses.
 template <class Operation>
@@ -26,10 +25,6 @@ uint32_t Guarded(Operation&& operation) {
     } catch (const std::exception&) {
         return TransportFailed;
     }
-}
-
-milliseconds SteadyTime() {
-    return milliseconds(platform::SteadyTicks() / (platform::ticksPerSecond / 1000));
 }
 
 // A time that the calendar doesn't have, all zeros among them, is no time.
@@ -122,19 +117,20 @@ uint32_t Connection::DownloadTo(const WideString& path, uint32_t& status) {
 
 uint32_t Connection::Exchange(uint64_t bodyLimit, const BodySink& sink, HttpReply& answer) {
     sentHeaders.clear();
-    proxyUsed.reset();
-    const milliseconds end = SteadyTime() + limits.whole;
-    ProxyRoutes routes(proxies, request.url.Scheme(),
-                       [this](const ProxyValues& entry) { return AskPacFile(request.url.Text(), entry); });
+    routeUsed.reset();
+    const Deadline deadline(limits.whole);
+    ProxyRoutes routes(proxies, request.url.Scheme(), [&](const WideString& pacUrl) {
+        return AskPacFile(request.url.Text(), pacUrl, deadline);
+    });
     uint32_t result = TransportFailed;
     for (auto route = routes.Next(); route; route = routes.Next()) {
-        const milliseconds left = end - SteadyTime();
-        if (left <= milliseconds::zero()) return TimedOut;
+        const auto left = deadline.Left();
+        if (left.count() == 0) return TimedOut;
         HttpExchange exchange(request, *route, limits, bodyLimit, sink);
         result = exchange.Run(left, answer);
         sentHeaders = exchange.SentHeaders();
-        proxyUsed.reset();
-        if (!sentHeaders.empty()) proxyUsed = std::move(route->used);
+        routeUsed.reset();
+        if (!sentHeaders.empty()) routeUsed = std::move(route);
         if (!exchange.IsRefusedByRoute()) break;
     }
     if (result == Success) ReportProxy();
@@ -144,8 +140,7 @@ uint32_t Connection::Exchange(uint64_t bodyLimit, const BodySink& sink, HttpRepl
 // A report that can't be made costs nothing but itself.
 void Connection::ReportProxy() const {
     try {
-        const bool isDirect = proxyUsed->mode == ProxyDirect;
-        notifier.Report(isDirect ? nullptr : std::make_unique<ProxySetting>(*proxyUsed));
+        notifier.Report(routeUsed->IsDirect() ? nullptr : std::make_unique<ProxySetting>(routeUsed->used));
     } catch (const std::exception&) {
     }
 }
@@ -175,8 +170,8 @@ bool Connection::GetSentHeaders(WideString& headers) {
 
 bool Connection::GetProxyUsed(IProxySetting* entry) {
     auto* const own = dynamic_cast<ProxySetting*>(entry);
-    if (!own || !proxyUsed) return false;
-    own->Assign(ProxySetting(*proxyUsed));
+    if (!own || !routeUsed) return false;
+    own->Assign(ProxySetting(routeUsed->used));
     return true;
 }
 

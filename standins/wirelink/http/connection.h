@@ -33,7 +33,8 @@ class Connection final : public IConnection {
     uint32_t Download(const WideString& path, uint32_t& status) override;
     uint32_t Receive(TransportResponse* response) override;
     void SetProxyList(IProxyList* proxyList) override { SetProxies(EntriesOf(proxyList)); }
-    // Left out if name or value would end the line.
+    // Sent under this name, also where the value is then the transport's. Left out if name or value would end
+    // the line.
     void AddHeader(const char16_t* name, const char16_t* value) override;
     bool GetSentHeaders(WideString& headers) override;
     // Of an explicit list the proxy that was used; of a PAC file its answer, in the place of the list.
@@ -63,7 +64,7 @@ class Connection final : public IConnection {
     ProxyNotifier& notifier;
     std::vector<ProxyValues> proxies;
     std::optional<HttpReply> reply;
-    std::optional<ProxyValues> proxyUsed;
+    std::optional<Route> routeUsed;
     std::string sentHeaders;
 };
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <exception>
 #include <new>
+#include <utility>
 
 #include "platform/clock.h"
 #include "platform/error_codes.h"
@@ -94,15 +95,12 @@ void HttpExchange::SetRequest() {
 
 // A name with nothing behind the colon takes a header of the library's own away.
 void HttpExchange::SetHeaders() {
-    std::string encodings;
     for (const auto& [name, value] : request.headers) {
-        if (curl_strequal(name.c_str(), "Accept-Encoding")) {
-            encodings = KnownEncodings(value);
-        } else {
-            AddHeaderLine(value.empty() ? name + ";" : name + ": " + value);
-        }
+        const bool isAccepted = curl_strequal(name.c_str(), "Accept-Encoding") != 0;
+        const std::string sentValue = isAccepted ? KnownEncodings(value) : value;
+        if (isAccepted && sentValue.empty()) continue;
+        AddHeaderLine(sentValue.empty() ? name + ";" : name + ": " + sentValue);
     }
-    if (!encodings.empty()) AddHeaderLine("Accept-Encoding: " + encodings);
     if (!FindHeader(request.headers, "Content-Type")) AddHeaderLine("Content-Type:");
     AddHeaderLine("Expect:");  // a server that doesn't know it costs a second
     Set(CURLOPT_HTTPHEADER, headerLines.get());
@@ -183,6 +181,8 @@ uint32_t HttpExchange::ResultOf(CURLcode outcome) {
     if (isLoginRefused) return ProxyLoginFailed;
     if (failure != Success) return failure;
     if (refusedByRoute && Number(CURLINFO_HTTP_CONNECTCODE) >= 300) return CannotConnect;
+    // So does the library call a line that is longer than its buffer may grow (100 KB).
+    if (outcome == CURLE_OUT_OF_MEMORY && requestBegun && !headEnded) return HeadersTooLarge;
     if (outcome != CURLE_OK) return ErrorOfTransfer(outcome);
     // The library takes a connection that ends among the headers for the end of the reply.
     if (!headEnded) return ConnectionCut;
@@ -231,7 +231,7 @@ size_t HttpExchange::OnBody(char* bytes, size_t, size_t size, void* self) {
     auto& exchange = *static_cast<HttpExchange*>(self);
     if (exchange.IsLoginRefused()) return 0;  // the proxy's page is for nobody
     try {
-        if (!exchange.decoder) exchange.decoder.emplace(exchange.ContentEncoding());
+        if (!exchange.decoder) exchange.decoder.emplace(exchange.ContentCodings());
         exchange.failure = exchange.decoder->Decode(
             {bytes, size}, [&exchange](std::string_view plain) { return exchange.TakeBody(plain); });
     } catch (const std::exception&) {
@@ -240,10 +240,17 @@ size_t HttpExchange::OnBody(char* bytes, size_t, size_t size, void* self) {
     return exchange.failure == Success ? size : 0;
 }
 
-std::string HttpExchange::ContentEncoding() const {
+// Those of all fields of that name, as one list.
+std::vector<std::string> HttpExchange::ContentCodings() const {
+    std::vector<std::string> codings;
     curl_header* header = nullptr;
-    const auto found = curl_easy_header(easy.get(), "Content-Encoding", 0, CURLH_HEADER, lastAnswer, &header);
-    return std::string(found == CURLHE_OK ? TrimmedValue(header->value) : "");
+    for (size_t field = 0; curl_easy_header(easy.get(), "Content-Encoding", field, CURLH_HEADER, lastAnswer,
+                                            &header) == CURLHE_OK;
+         ++field) {
+        for (std::string& coding : ListElements(header->value)) codings.push_back(std::move(coding));
+    }
+    std::erase_if(codings, [](const std::string& name) { return curl_strequal(name.c_str(), "identity"); });
+    return codings;
 }
 
 uint32_t HttpExchange::TakeBody(std::string_view plain) {

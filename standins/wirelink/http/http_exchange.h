@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "standins/wirelink/base/limits.h"
 #include "standins/wirelink/base/url.h"
@@ -24,7 +25,8 @@ struct HttpRequest {
     Url url;
     std::string verb;
     std::string userAgent{};  // empty: none is sent
-    HeaderList headers{};     // sent as they are, but for Accept-Encoding; Content-Length comes by itself
+    HeaderList
+        headers{};  // sent as they are, but for the value of Accept-Encoding; Content-Length comes by itself
     std::string_view body{};  // the caller's
     std::string pins{};       // TrustRules::PinsFor
 };
@@ -79,7 +81,7 @@ class HttpExchange {
     void ReadReply(HttpReply& reply) const;
     uint32_t ResultOf(CURLcode outcome);
     bool IsLoginRefused() const;
-    std::string ContentEncoding() const;
+    std::vector<std::string> ContentCodings() const;
     uint32_t TakeBody(std::string_view plain);
     long Number(CURLINFO info) const;
 

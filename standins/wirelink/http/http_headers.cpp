@@ -40,17 +40,15 @@ bool AddHeader(HeaderList& headers, const std::string& name, std::string_view va
 }
 
 bool ReplaceHeader(HeaderList& headers, const std::string& name, std::string_view value) {
-    RemoveHeader(headers, name);
-    return AddHeader(headers, name, value);
+    const auto given = std::find_if(headers.begin(), headers.end(), HasName(name));
+    const std::string kept = given == headers.end() ? name : given->first;
+    std::erase_if(headers, HasName(name));
+    return AddHeader(headers, kept, value);
 }
 
 const std::string* FindHeader(const HeaderList& headers, const std::string& name) {
     const auto found = std::find_if(headers.begin(), headers.end(), HasName(name));
     return found == headers.end() ? nullptr : &found->second;
-}
-
-void RemoveHeader(HeaderList& headers, const std::string& name) {
-    std::erase_if(headers, HasName(name));
 }
 
 std::string HeaderLines(const HeaderList& headers) {
@@ -59,14 +57,26 @@ std::string HeaderLines(const HeaderList& headers) {
     return lines;
 }
 
+std::vector<std::string> ListElements(std::string_view value) {
+    std::vector<std::string> elements;
+    while (!value.empty()) {
+        const std::string_view piece = value.substr(0, value.find(','));
+        value.remove_prefix(std::min(piece.size() + 1, value.size()));
+        if (const std::string_view element = TrimmedValue(piece); !element.empty())
+            elements.emplace_back(element);
+    }
+    return elements;
+}
+
+bool IsKnownEncoding(const std::string& name) {
+    return curl_strequal(name.c_str(), "gzip") || curl_strequal(name.c_str(), "deflate");
+}
+
 std::string KnownEncodings(std::string_view accepted) {
     std::string known;
-    while (!accepted.empty()) {
-        const std::string_view piece = accepted.substr(0, accepted.find(','));
-        accepted.remove_prefix(std::min(piece.size() + 1, accepted.size()));
-        const std::string name(TrimmedValue(piece.substr(0, piece.find(';'))));
-        if (!curl_strequal(name.c_str(), "gzip") && !curl_strequal(name.c_str(), "deflate")) continue;
-        known += (known.empty() ? "" : ", ") + name;
+    for (const std::string& element : ListElements(accepted)) {
+        const std::string name(TrimmedValue(std::string_view(element).substr(0, element.find(';'))));
+        if (IsKnownEncoding(name)) known += (known.empty() ? "" : ", ") + name;
     }
     return known;
 }

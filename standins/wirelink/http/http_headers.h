@@ -17,11 +17,10 @@ using HeaderList = std::vector<std::pair<std::string, std::string>>;
 bool IsToken(std::string_view text);
 // False, and nothing is added, for what would end the line or isn't a field: no header brings in another.
 bool AddHeader(HeaderList& headers, const std::string& name, std::string_view value);
-// In place of all of that name, letter case aside.
+// In place of all of that name, letter case aside, whose spelling it keeps.
 bool ReplaceHeader(HeaderList& headers, const std::string& name, std::string_view value);
 // The first of that name, letter case aside; null if there is none. Valid until the list changes.
 const std::string* FindHeader(const HeaderList& headers, const std::string& name);
-void RemoveHeader(HeaderList& headers, const std::string& name);
 
 // Without the blanks and line ends around it.
 std::string_view TrimmedValue(std::string_view text);
@@ -29,6 +28,10 @@ std::string_view TrimmedValue(std::string_view text);
 // Lines ended by CR LF.
 std::string HeaderLines(const HeaderList& headers);
 
+// The elements of a field that is a list (RFC 9110, 5.6.1), empty ones left out.
+std::vector<std::string> ListElements(std::string_view value);
+// Whether a body in this content coding can be decoded here.
+bool IsKnownEncoding(const std::string& name);
 // What of an Accept-Encoding value can be decoded here, in its order and without weights.
 std::string KnownEncodings(std::string_view accepted);
 

@@ -56,10 +56,10 @@ std::optional<Route> ProxyRoutes::Next() {
     return given.emplace_back();
 }
 
-std::optional<Route> ProxyRoutes::RouteOf(ProxyValues step) const {
+std::optional<Route> ProxyRoutes::RouteOf(ProxyValues step) {
     if (step.mode == ProxyDirect) return Route{.used = {.fallback = step.fallback}};
     if (step.mode == ProxyWpad) {
-        const auto answer = ask(step);
+        const auto& answer = PacAnswer(step.wpadUrl);
         if (!answer) return {};
         step.proxyList = *answer;
         if (answer->empty()) return Route{.used = std::move(step)};
@@ -69,6 +69,11 @@ std::optional<Route> ProxyRoutes::RouteOf(ProxyValues step) const {
     std::string address = ProxyAddress(ToUtf8(step.proxyList), scheme);
     if (address.empty()) return {};
     return Route{std::move(address), std::move(step)};
+}
+
+const std::optional<WideString>& ProxyRoutes::PacAnswer(const WideString& pacUrl) {
+    const auto known = pacAnswers.find(pacUrl);
+    return known != pacAnswers.end() ? known->second : pacAnswers.emplace(pacUrl, ask(pacUrl)).first->second;
 }
 
 bool ProxyRoutes::IsNew(const Route& route) const {
@@ -98,13 +103,15 @@ std::string ProxyAddress(const std::string& text, const std::string& scheme) {
     return url && !url->HasUser() ? url->Origin() : std::string();
 }
 
-std::optional<WideString> AskPacFile(const std::string& url, const ProxyValues& entry) {
+std::optional<WideString> AskPacFile(const std::string& url, const WideString& pacUrl,
+                                     const Deadline& deadline) {
     using namespace platform;
-    WideString pacUrl = entry.wpadUrl;
-    if (pacUrl.empty() && !DetectAutoProxyConfigUrl(DetectByDhcp | DetectByDns, pacUrl)) return {};
-    const auto session = OpenAutoProxySession();
+    const auto atMost = [&deadline] { return std::min(autoProxyDeadline, deadline.Left()); };
+    WideString found = pacUrl;
+    if (found.empty() && !DetectAutoProxyConfigUrl(DetectByDhcp | DetectByDns, found, atMost())) return {};
+    const auto session = OpenAutoProxySession(atMost());
     WideString proxy;
-    if (!session || !session->GetProxyForUrl(ToWide(url), pacUrl, proxy)) return {};
+    if (!session || !session->GetProxyForUrl(ToWide(url), found, proxy)) return {};
     return proxy;
 }
 

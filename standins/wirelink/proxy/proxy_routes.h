@@ -4,11 +4,13 @@
 
 #include <deque>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "contracts/wirelink.h"
+#include "standins/wirelink/base/deadline.h"
 #include "standins/wirelink/proxy/proxy_setting.h"
 
 namespace orrery::wirelink {
@@ -20,8 +22,9 @@ struct Route {
     bool IsDirect() const { return proxy.empty(); }
 };
 
-// The proxy for the request by a WPAD entry, empty for a direct connection; none if there is no answer.
-using PacQuestion = std::function<std::optional<WideString>(const ProxyValues& entry)>;
+// The proxy for the request by the PAC file at that URL, or of this network if it is empty; empty for a
+// direct connection, none if there is no answer.
+using PacQuestion = std::function<std::optional<WideString>(const WideString& pacUrl)>;
 
 class ProxyRoutes {
   public:
@@ -33,11 +36,14 @@ class ProxyRoutes {
     std::optional<Route> Next();
 
   private:
-    std::optional<Route> RouteOf(ProxyValues step) const;
+    std::optional<Route> RouteOf(ProxyValues step);
+    // Asks once, as a file that gives no answer takes its time.
+    const std::optional<WideString>& PacAnswer(const WideString& pacUrl);
     bool IsNew(const Route& route) const;
 
     const std::string scheme;
     const PacQuestion ask;
+    std::map<WideString, std::optional<WideString>> pacAnswers;
     std::deque<ProxyValues> steps;  // an explicit one names one proxy
     std::vector<Route> given;
 };
@@ -49,7 +55,9 @@ std::vector<ProxyValues> EntriesOf(IProxyList* list);
 // for another form, with credentials, and where the text is for URLs of another scheme.
 std::string ProxyAddress(const std::string& text, const std::string& scheme);
 
-// Asks the PAC file of the entry, or of this network, for `url`: two waits of 15 s at most.
-std::optional<WideString> AskPacFile(const std::string& url, const ProxyValues& entry);
+// Asks the PAC file, as PacQuestion tells, for `url`: two waits of 15 s at most, and none beyond the
+// deadline.
+std::optional<WideString> AskPacFile(const std::string& url, const WideString& pacUrl,
+                                     const Deadline& deadline);
 
 }  // namespace orrery::wirelink

@@ -1,5 +1,6 @@
 #include <array>
 #include <filesystem>
+#include <future>
 
 #include "platform/files.h"
 #include "standins/wirelink/http/response_record.h"
@@ -39,6 +40,9 @@ TEST_F(ConnectionTest, EachFaultIsAnErrorAndTheNextCallWorks) {
         {{head + "\r\n", std::string(4000, 'a')}, ReplyTooLarge},
         {{head, "A: " + std::string(500, 'a') + "\r\n"}, HeadersTooLarge},
         {{Ok(gzipped.substr(0, 14) + "broken", "Content-Encoding: gzip\r\n")}, BadServerReply},
+        {{Ok(gzipped, "Content-Encoding: gzip\r\nContent-Encoding: gzip\r\n")}, BadServerReply},
+        {{Ok("a", "Content-Encoding: gzip;q=1\r\n")}, BadServerReply},
+        {{Ok("a", "Content-Encoding: br\r\n")}, BadServerReply},
         {{"hello\r\n\r\n"}, BadServerReply},
     };
     Send(*Open("http://h.invalid/"));
@@ -53,10 +57,21 @@ TEST_F(ConnectionTest, EachFaultIsAnErrorAndTheNextCallWorks) {
     EXPECT_EQ(FilesIn("/proc/self/fd"), before);
 }
 
+TEST_F(ConnectionTest, TooManyHeaderBytesAreCalledThatInAnyShape) {
+    const auto line = [](size_t size) { return "A: " + std::string(size, 'a') + "\r\n"; };
+    for (const std::string& headers : {line(120'000), line(100'000) + line(100'000) + line(100'000)}) {
+        ScriptedServer server({{Ok("", headers)}});
+        limits.headers = Limits().headers;
+        EXPECT_EQ(Send(*Open(server.url)), HeadersTooLarge) << headers.size();
+    }
+}
+
 TEST_F(ConnectionTest, RepliesComeInPlainFormWithTheirOwnHeaders) {
     const std::string date = "Date: Sun, 06 Nov 1994 08:49:37 GMT\r\n";
     const std::tuple<std::string, uint32_t, std::string> cases[] = {
         {Ok(gzipped, date + "Content-Encoding: gzip\r\n"), 200, "plain text"},
+        {Ok(gzipped, date + "Content-Encoding: identity, \r\ncontent-encoding: GZip\r\n"), 200, "plain text"},
+        {Ok("a", date + "Content-Encoding: Identity\r\n"), 200, "a"},
         {Ok("\x78\x9c\x4b\x04\0\0\x62\0\x62"s, date + "content-encoding:deflate\r\n"), 200, "a"},
         {"HTTP/1.0 302 Found\r\n" + date + "Location: /\r\n\r\nmove", 302, "move"},
         {"HTTP/1.1 103 Early\r\nLink: x\r\n\r\nHTTP/1.1 407 No\r\n" + date + "\r\n", 407, ""},
@@ -99,14 +114,89 @@ TEST_F(ConnectionTest, NoHeaderBringsInAnother) {
     const auto connection = Open(server.url);
     connection->AddHeader("X-Name\r\nX-Bad", "1");
     connection->AddHeader("X-Value", "1\r\nX-Bad: 2");
-    connection->AddHeader("Accept-encoding", "br, gzip;q=0.5");
     Send(*connection, "{}");
     const std::string& request = server.Received()[0];
     EXPECT_EQ("POST / HTTP/1.1\r\n" + SentHeaders(*connection) + "\r\n{}", request);
     EXPECT_EQ(request.find("X-Bad"), request.npos);
-    EXPECT_EQ(Line(request, "Accept-Encoding: "), "gzip");
     for (const char* url : {"", "h", "ftp://h/", "http:///h", "http://h/\r\nX: 1"}) EXPECT_FALSE(Open(url));
     for (const char* verb : {"", "GET /", "GET\r\n"}) EXPECT_FALSE(Open("http://h/", verb));
+}
+
+// The caller's record of the request holds what it gave and what was sent, by name.
+TEST_F(ConnectionTest, AHeaderIsSentOnceUnderTheNameThatWasGiven) {
+    ScriptedServer server({{Ok("")}});
+    const auto connection = Open(server.url);
+    for (const char* name : {"accept-encoding", "content-TYPE", "x-Zelko-Timestamp", "AUTHORIZATION"})
+        connection->AddHeader(name, "br, gzip;q=0.5");
+    const AuthorizationInfo device{1, {2026, 1, 5, 2, 3, 4, 5, 678}, "secret", u"ZWS", u"d"};
+    connection->SendSigned(u"text/plain", "", 0, 0, &device);
+    const std::string sent = SentHeaders(*connection);
+    EXPECT_NE(sent.find("accept-encoding: gzip\r\ncontent-TYPE: text/plain\r\nx-Zelko-Timestamp: "
+                        "2026-01-02T03:04:05.678Z\r\nAUTHORIZATION: ZWS d:"),
+              sent.npos);
+    EXPECT_EQ(std::count(sent.begin(), sent.end(), '\n'), 8) << sent;
+}
+
+// A helper program in the place of the real one: it keeps what it is asked and takes its answer from the URL
+// of the PAC file.
+class PacFileTest : public TransportTest {
+  protected:
+    PacFileTest() {
+        folder.Write("helper", "#!/bin/sh\necho $2 >>" + folder.PathOf("asked") + "\n$2\n");
+        std::filesystem::permissions(folder.PathOf("helper"), std::filesystem::perms(0700));
+        folder.SetEnvironment("ORRERY_PAC_HELPER", folder.PathOf("helper"));
+    }
+    static ProxyValues By(const std::string& command, const char16_t* user = u"") {
+        return {.mode = ProxyWpad, .username = user, .wpadUrl = ToWide(command)};
+    }
+};
+
+TEST_F(PacFileTest, IsAskedOnceForEachRequestAndNotBeyondItsDeadline) {
+    struct Case {
+        std::vector<ProxyValues> entries;
+        uint32_t result;
+        const char* asked;
+    };
+    const Case cases[] = {
+        {{By("false"), By("false")}, Success, "false\n"},
+        {{By("echo PROXY 127.0.0.1:1"), By("echo PROXY 127.0.0.1:1", u"user"), {}},
+         Success,
+         "echo PROXY 127.0.0.1:1\n"},
+        {{By("sleep 14")}, TimedOut, "sleep 14\n"},
+    };
+    for (const auto& [entries, result, asked] : cases) {
+        folder.Write("asked", "");
+        ScriptedServer server({{Ok("")}});
+        const auto connection = Open(server.url);
+        connection->SetProxies(entries);
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_EQ(Send(*connection), result) << asked;
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(7));
+        EXPECT_EQ(folder.Read("asked"), asked);
+    }
+}
+
+TEST_F(PacFileTest, ItsAnswerIsTold) {
+    class Observer final : public IProxyUsedObserver {
+      public:
+        void OnProxyUsed(IProxySetting* proxy) override {
+            told.set_value(proxy ? Narrow(proxy->ProxyList()) : "none");
+        }
+        std::promise<std::string> told;
+    };
+    ScriptedServer proxy({{Ok("")}}), server({{Ok("")}});
+    const std::string address = "127.0.0.1:" + proxy.port;
+    for (const auto& [answer, expected] : {std::pair("DIRECT"s, "none"s), {"PROXY " + address, address}}) {
+        Observer observer;
+        notifier.SetObserver(&observer);
+        const auto connection = Open(server.url);
+        connection->SetProxies({By("echo " + answer)});
+        EXPECT_EQ(Send(*connection), Success);
+        EXPECT_EQ(observer.told.get_future().get(), expected);
+        ProxySetting used;
+        EXPECT_TRUE(connection->GetProxyUsed(&used) && used.Mode() == ProxyWpad);
+        notifier.SetObserver(nullptr);
+    }
 }
 
 TEST_F(ConnectionTest, OnlyAWholeDownloadTakesTheFilesPlace) {
@@ -144,7 +234,7 @@ TEST_F(ConnectionTest, RoutesComeInOrderAndOnce) {
         {{pac, fallback}, u"p:1", " http://p:1"},
     };
     for (const auto& [entries, pacAnswer, expected] : cases) {
-        ProxyRoutes routes(entries, "https", [&answer = pacAnswer](const ProxyValues&) { return answer; });
+        ProxyRoutes routes(entries, "https", [&answer = pacAnswer](const WideString&) { return answer; });
         std::string found;
         while (const auto route = routes.Next()) found += ' ' + (route->IsDirect() ? "direct" : route->proxy);
         EXPECT_EQ(found, expected);

@@ -14,8 +14,6 @@
 namespace orrery::platform {
 namespace {
 
-constexpr std::chrono::seconds helperDeadline{15};
-
 thread_local uint32_t lastError = 0;
 
 bool Fail(uint32_t error) {
@@ -48,8 +46,9 @@ uint32_t ErrorOf(const HelperResult& result) {
     }
 }
 
-bool AskHelper(const std::vector<std::string>& command, std::string& answer) {
-    HelperResult result = RunHelper(command, helperDeadline);
+bool AskHelper(const std::vector<std::string>& command, std::chrono::milliseconds atMost,
+               std::string& answer) {
+    HelperResult result = RunHelper(command, atMost);
     if (const uint32_t error = ErrorOf(result); error != 0) return Fail(error);
     answer = std::move(result.output);
     if (answer.ends_with('\n')) answer.pop_back();
@@ -58,12 +57,13 @@ bool AskHelper(const std::vector<std::string>& command, std::string& answer) {
 
 class HelperSession : public AutoProxySession {
   public:
-    explicit HelperSession(std::string helper) : helper(std::move(helper)) {}
+    HelperSession(std::string helper, std::chrono::milliseconds atMost)
+        : helper(std::move(helper)), atMost(atMost) {}
 
     bool GetProxyForUrl(const WideString& url, const WideString& pacUrl, WideString& proxy) override {
         std::string answer;
         std::string found;
-        if (!AskHelper({helper, ToUtf8(url), ToUtf8(pacUrl)}, answer)) return false;
+        if (!AskHelper({helper, ToUtf8(url), ToUtf8(pacUrl)}, atMost, answer)) return false;
         if (!ReadPacAnswer(answer, found)) return Fail(AutoProxyBadScript);
         proxy = ToWide(found);
         return true;
@@ -71,28 +71,29 @@ class HelperSession : public AutoProxySession {
 
   private:
     const std::string helper;
+    const std::chrono::milliseconds atMost;
 };
 
 }  // namespace
 
-bool DetectAutoProxyConfigUrl(uint32_t flags, WideString& pacUrl) {
+bool DetectAutoProxyConfigUrl(uint32_t flags, WideString& pacUrl, std::chrono::milliseconds atMost) {
     if ((flags & DetectByDns) == 0) return Fail(AutoProxyNotDetected);
     const std::string helper = FindPacHelper();
     if (helper.empty()) return Fail(ENOENT);
     std::string found;
-    if (!AskHelper({helper, "--discover"}, found)) return false;
+    if (!AskHelper({helper, "--discover"}, atMost, found)) return false;
     pacUrl = ToWide(found);
     return true;
 }
 
-std::unique_ptr<AutoProxySession> OpenAutoProxySession() {
+std::unique_ptr<AutoProxySession> OpenAutoProxySession(std::chrono::milliseconds atMost) {
     std::string helper = FindPacHelper();
     if (helper.empty()) {
         lastError = ENOENT;
         return nullptr;
     }
     lastError = 0;
-    return std::make_unique<HelperSession>(std::move(helper));
+    return std::make_unique<HelperSession>(std::move(helper), atMost);
 }
 
 uint32_t LastAutoProxyError() {
