@@ -24,6 +24,10 @@ bool ReadPart(ConfigUtil& util, const char16_t* section, const char16_t* name, W
     return result == 0;
 }
 
+bool StartsWithDigit(WideView text) {
+    return !text.empty() && text[0] >= u'0' && text[0] <= u'9';
+}
+
 bool IsVersion2(ConfigUtil& util, const char16_t* section) {
     WideString service;
     WideString version;
@@ -33,7 +37,7 @@ bool IsVersion2(ConfigUtil& util, const char16_t* section) {
         return false;
     }
     if (!ReadPart(util, section, u"AuthorizationServiceVersion", version)) return false;
-    const auto number = LeadingSigned(version);
+    const auto number = StartsWithDigit(version) ? LeadingUnsigned(version) : std::nullopt;
     if (!number) Trace::Error("the version of the authorization service is no number", version);
     return number == 2;
 }

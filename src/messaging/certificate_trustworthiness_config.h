@@ -11,12 +11,16 @@
 
 namespace orrery {
 
+// None of these fails or reaches the network.
 class ICertificateTrustworthinessConfig {
   public:
     virtual ~ICertificateTrustworthinessConfig() = default;
-    // Says nothing of whether the checking is enabled.
+    // It can be applied. Says nothing of whether the checking is enabled.
     virtual bool IsValid() = 0;
-    virtual ITrustStore* GetTrustStore() = 0;  // owned by this object
+    // Owned by this object. Null if the transport gave none.
+    virtual ITrustStore* GetTrustStore() = 0;
+    // Give the store to a client or a connection, which copies it. Nothing happens for null or without a
+    // store.
     virtual void ApplyToServiceClient(IServiceClient* client) = 0;
     virtual void ApplyToConnection(IConnection* connection) = 0;
 };

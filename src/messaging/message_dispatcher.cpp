@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <memory>
 #include <stdexcept>
-#include <utility>
 
 #include "foundation/settings/service_settings.h"
 #include "foundation/text/numbers.h"
@@ -30,26 +29,25 @@ bool Report(bool done, const char16_t* operation, const WideString& first, const
     return done;
 }
 
+// 0 for a text that doesn't begin with a digit.
+int32_t ProductNumber(const WideString& text) {
+    const bool isNumber = !text.empty() && text[0] >= u'0' && text[0] <= u'9';
+    return isNumber ? LeadingInt32(text) : 0;
+}
+
+struct ClientCloser {
+    void operator()(IServiceClient* client) const { wirelink->CloseServiceClient(&client); }
+    IWirelink* wirelink = nullptr;
+};
+
 }  // namespace
 
-// Closes its client at its end, unless that was released.
-class CMessageDispatcher::OpenClient {
-  public:
-    OpenClient(IWirelink& wirelink, IServiceClient* client) : wirelink(wirelink), client(client) {}
-    ~OpenClient() {
-        if (client) wirelink.CloseServiceClient(&client);
-    }
-    OpenClient(const OpenClient&) = delete;
-    OpenClient& operator=(const OpenClient&) = delete;
-
-    explicit operator bool() const { return client != nullptr; }
-    IServiceClient* operator->() const { return client; }
-    IServiceClient* Get() const { return client; }
-    IServiceClient* Release() { return std::exchange(client, nullptr); }
-
-  private:
-    IWirelink& wirelink;
-    IServiceClient* client;
+// A client with the proxies and the trust that it was given. They live until the operation returns, or until
+// the client is closed, if the operation does that.
+struct CMessageDispatcher::OpenClient {
+    std::unique_ptr<CProxyConfig> proxies;
+    std::shared_ptr<CCertificateTrustworthinessConfig> trust;
+    std::unique_ptr<IServiceClient, ClientCloser> client;  // goes first
 };
 
 CMessageDispatcher::CMessageDispatcher(ConfigUtil* util)
@@ -57,28 +55,30 @@ CMessageDispatcher::CMessageDispatcher(ConfigUtil* util)
     if (!wirelink) throw std::logic_error("Cannot Initialize Wirelink");
 }
 
-IServiceClient* CMessageDispatcher::Open(const CServiceSettings& settings,
-                                         std::initializer_list<WideView> types) const {
+CMessageDispatcher::OpenClient CMessageDispatcher::Open(const CServiceSettings& settings,
+                                                        std::initializer_list<WideView> types) const {
     const WideString deviceId = settings.DeviceId();
     if (!deviceId.empty()) return OpenFor(settings, deviceId, types);
     Trace::Error("the service has no device id");
-    return nullptr;
+    return {};
 }
 
-IServiceClient* CMessageDispatcher::OpenFor(const CServiceSettings& settings, const WideString& id,
-                                            std::initializer_list<WideView> types) const {
+CMessageDispatcher::OpenClient CMessageDispatcher::OpenFor(const CServiceSettings& settings,
+                                                           const WideString& id,
+                                                           std::initializer_list<WideView> types) const {
     if (settings.SiteId().empty()) {
         Trace::Error("the service has no site id");
-        return nullptr;
+        return {};
     }
     const WideString type = settings.Type();
     if (std::find(types.begin(), types.end(), type) == types.end()) {
         Trace::Error("the service is of another type", type);
-        return nullptr;
+        return {};
     }
-    OpenClient client(*wirelink, Create(settings, id));
-    if (client) Equip(client.Get());
-    return client.Release();
+    OpenClient open;
+    open.client = {Create(settings, id), {wirelink}};
+    if (open.client) Equip(open);
+    return open;
 }
 
 IServiceClient* CMessageDispatcher::Create(const CServiceSettings& settings, const WideString& id) const {
@@ -89,50 +89,53 @@ IServiceClient* CMessageDispatcher::Create(const CServiceSettings& settings, con
     }
     IServiceClient* client = wirelink->CreateServiceClient(
         settings.UserAgent().c_str(), settings.Hostname().c_str(), settings.Service().c_str(),
-        LeadingInt32(settings.Product()), settings.ProductVersion().c_str(), id.c_str(), &authorization,
+        ProductNumber(settings.Product()), settings.ProductVersion().c_str(), id.c_str(), &authorization,
         settings.PathPrefix().c_str(), settings.SiteId().c_str());
     if (!client) Trace::Error("the transport gives no client", settings.Hostname());
     return client;
 }
 
-void CMessageDispatcher::Equip(IServiceClient* client) const {
-    CProxyConfig proxies(configUtil, wirelink);
-    if (proxies.IsValid()) proxies.AttachToServiceClient(client);
-    const auto trust = std::make_shared<CCertificateTrustworthinessConfig>(wirelink, configUtil);
-    if (trust->IsValid()) trust->ApplyToServiceClient(client);
+void CMessageDispatcher::Equip(OpenClient& open) const {
+    open.proxies = std::make_unique<CProxyConfig>(configUtil, wirelink);
+    if (open.proxies->IsValid()) open.proxies->AttachToServiceClient(open.client.get());
+    open.trust = std::make_shared<CCertificateTrustworthinessConfig>(wirelink, configUtil);
+    if (open.trust->IsValid()) open.trust->ApplyToServiceClient(open.client.get());
 }
 
 bool CMessageDispatcher::UploadFile(const WideString& service, const WideString& path,
                                     const WideString& name) {
     const CServiceSettings settings(configUtil, service);
-    const OpenClient client(*wirelink, Open(settings, {u"FileUpload"}));
-    return client && Report(client->UploadFile(settings.Container().c_str(), name.c_str(), path.c_str()),
-                            u"upload", path, name);
+    const OpenClient open = Open(settings, {u"FileUpload"});
+    return open.client &&
+           Report(open.client->UploadFile(settings.Container().c_str(), name.c_str(), path.c_str()),
+                  u"upload", path, name);
 }
 
 bool CMessageDispatcher::EnqueueMessage(const WideString& service, const WideString& label,
                                         const std::string& message) {
     const CServiceSettings settings(configUtil, service);
-    const OpenClient client(*wirelink, Open(settings, {u"Queue"}));
-    return client && Report(client->Enqueue(settings.Container().c_str(), label.c_str(), message.c_str()),
-                            u"queue", service, label);
+    const OpenClient open = Open(settings, {u"Queue"});
+    return open.client &&
+           Report(open.client->Enqueue(settings.Container().c_str(), label.c_str(), message.c_str()),
+                  u"queue", service, label);
 }
 
 bool CMessageDispatcher::SendDataContainer(const WideString& service, const WideString& name,
                                            const std::string& data, const WideString& container,
                                            uint32_t version, bool last) {
-    const CServiceSettings settings(configUtil, service);
-    const OpenClient client(*wirelink, Open(settings, {u"DataContainer"}));
-    return client && Report(client->SendDataContainer(container.c_str(), version, name.c_str(), data, last),
-                            u"container", container, name);
+    const OpenClient open = Open(CServiceSettings(configUtil, service), {u"DataContainer"});
+    return open.client &&
+           Report(open.client->SendDataContainer(container.c_str(), version, name.c_str(), data, last),
+                  u"container", container, name);
 }
 
 IServiceClient* CMessageDispatcher::OpenDataService(const WideString& service, const WideString& id) {
-    return OpenFor(CServiceSettings(configUtil, service), id, {u"GetDataById", u"SetDataById"});
+    return OpenFor(CServiceSettings(configUtil, service), id, {u"GetDataById", u"SetDataById"})
+        .client.release();
 }
 
 IServiceClient* CMessageDispatcher::OpenEventHub(const WideString& service) {
-    return Open(CServiceSettings(configUtil, service), {u"EventHub"});
+    return Open(CServiceSettings(configUtil, service), {u"EventHub"}).client.release();
 }
 
 }  // namespace orrery

@@ -15,20 +15,24 @@ namespace orrery {
 
 class CServiceSettings;
 
-// Bad or missing settings and failed calls are traced and give false or null.
+// Bad or missing settings and failed calls are traced and give false or null. The first three block for one
+// request; opening and closing send nothing. Texts are copied.
 class IMessageDispatcher {
   public:
     virtual ~IMessageDispatcher() = default;
+    // Puts the local file into the service's container under that name. True once the server has it.
     virtual bool UploadFile(const WideString& service, const WideString& path, const WideString& name) = 0;
-    // `message` is UTF-8.
+    // Puts a UTF-8 message into the service's queue. True once the server has it.
     virtual bool EnqueueMessage(const WideString& service, const WideString& label,
                                 const std::string& message) = 0;
-    // An open client is the caller's until the matching close, which clears the pointer.
+    // A client for the data of `id`, the caller's until CloseDataService. Used by one thread at a time.
     virtual IServiceClient* OpenDataService(const WideString& service, const WideString& id) = 0;
+    // Closes `*client` and clears it; null is left alone.
     virtual void CloseDataService(IServiceClient** client) = 0;
+    // The same for an event hub.
     virtual IServiceClient* OpenEventHub(const WideString& service) = 0;
     virtual void CloseEventHub(IServiceClient** client) = 0;
-    // See IServiceClient::SendDataContainer.
+    // Puts one item into a version of a container; `last` closes that version. True once the server has it.
     virtual bool SendDataContainer(const WideString& service, const WideString& name, const std::string& data,
                                    const WideString& container, uint32_t version, bool last) = 0;
 };
@@ -50,14 +54,14 @@ class CMessageDispatcher final : public IMessageDispatcher {
                            const WideString& container, uint32_t version, bool last) override;
 
   private:
-    class OpenClient;
+    struct OpenClient;
 
-    // For a service of one of these types. Null, and traced, where the settings don't do.
-    IServiceClient* Open(const CServiceSettings& settings, std::initializer_list<WideView> types) const;
-    IServiceClient* OpenFor(const CServiceSettings& settings, const WideString& id,
-                            std::initializer_list<WideView> types) const;
+    // For a service of one of these types. Without a client, and traced, where the settings don't do.
+    OpenClient Open(const CServiceSettings& settings, std::initializer_list<WideView> types) const;
+    OpenClient OpenFor(const CServiceSettings& settings, const WideString& id,
+                       std::initializer_list<WideView> types) const;
     IServiceClient* Create(const CServiceSettings& settings, const WideString& id) const;
-    void Equip(IServiceClient* client) const;
+    void Equip(OpenClient& open) const;
 
     ConfigUtil* const configUtil;
     const CWirelinkUse transport;

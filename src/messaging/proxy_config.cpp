@@ -1,6 +1,7 @@
 #include "messaging/proxy_config.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "foundation/cypher/aes_cypher.h"
 #include "foundation/json/message_object.h"
@@ -18,11 +19,14 @@ const char16_t* UsedProxyKey(bool alternative) {
     return alternative ? u"Proxy.Default.AlternativeProxyConfigUsed" : u"Proxy.Default.LastProxyConfigUsed";
 }
 
-bool Decipher(const WideString& text, WideString& plain) {
+// The text itself if it isn't enciphered.
+WideString Deciphered(const WideString& text) {
     std::string cipher;
     std::string bytes;
-    return text.empty() || (WideToAnsi(text, cipher) && CAESCypher().DecipherFromText(cipher, bytes) &&
-                            Utf8ToWide(bytes, plain));
+    WideString plain;
+    const bool done =
+        WideToAnsi(text, cipher) && CAESCypher().DecipherFromText(cipher, bytes) && Utf8ToWide(bytes, plain);
+    return done ? plain : text;
 }
 
 WideString TextOf(const CMessageObject& object, const char16_t* key) {
@@ -80,20 +84,18 @@ bool CProxyConfig::AddLastUsedProxy() {
 bool CProxyConfig::AddConfiguredProxies() {
     const WideString* text = nullptr;
     if (configUtil->GetValue(fallbackListKey, &text, 0) != 0) return false;
-    WideString plain;
     CMessageObject document;
     const CMessageObject* proxies = nullptr;
-    bool anyAdded = false;
-    if (document.Parse(Decipher(*text, plain) ? plain : *text) &&
-        document.GetArray(u"ProxyConfig", proxies)) {
-        bool first = true;
-        for (const CMessageItem& item : proxies->items) {
-            if (item.kind != KindObject || item.value.object->isArray) continue;
-            anyAdded |= AddConfiguredProxy(*item.value.object, first);
-            first = false;
-        }
-    }
+    const bool isList = document.Parse(Deciphered(*text)) && document.GetArray(u"ProxyConfig", proxies);
     configUtil->ReleaseValue(&text);
+    if (!isList) return false;
+    bool first = true;
+    bool anyAdded = false;
+    for (const CMessageItem& item : proxies->items) {
+        if (item.kind != KindObject || item.value.object->isArray) continue;
+        anyAdded |= AddConfiguredProxy(*item.value.object, first);
+        first = false;
+    }
     return anyAdded;
 }
 
@@ -127,12 +129,10 @@ bool CProxyConfig::AddExplicitProxy(const CMessageObject& object, bool fallback)
         return false;
     }
     const WideString deviceId = TextOf(object, u"DeviceId");
-    if (!deviceId.empty()) {
-        proxyText = ApplyDefaultPort(proxyText);
-        if (IsOwnDevice(deviceId)) {
-            proxyList->AddDirect(fallback);
-            return true;
-        }
+    if (!deviceId.empty()) proxyText = ApplyDefaultPort(proxyText);
+    if (!deviceId.empty() && IsOwnDevice(deviceId)) {
+        proxyList->AddDirect(fallback);
+        return true;
     }
     proxyList->AddExplicit(proxyText.c_str(), user.c_str(), password.c_str(), nullptr, fallback);
     if (!explicitProxy) {
@@ -188,14 +188,18 @@ IProxySetting* CProxyConfig::GetUsedProxy(bool alternative) {
 bool CProxyConfig::SetUsedProxy(const IProxySetting* entry, bool alternative) {
     if (!wirelink || !configUtil) return false;
     const WideString key = UsedProxyKey(alternative);
-    if (!entry) return GetUsedProxy(alternative) && configUtil->DeleteValue(key) == 0;
-    // A copy, as the entry may be the one that the next line lets go.
-    IProxySetting* wanted = Copy(*entry);
+    // What was handed out before may be what is to be stored.
+    IProxySetting* earlier = entry == usedProxy ? std::exchange(usedProxy, nullptr) : nullptr;
     const IProxySetting* current = GetUsedProxy(alternative);
-    const bool same = current && current->Equal(wanted) && current->Fallback() == wanted->Fallback();
-    const WideString text = WriteProxyRecord(RecordOf(*wanted));
-    Release(wanted);
-    return !same && !text.empty() && configUtil->WriteValue(key, text, 0) == 0;
+    bool done = false;
+    if (!entry) {
+        done = current && configUtil->DeleteValue(key) == 0;
+    } else if (!current || !current->Equal(entry) || current->Fallback() != entry->Fallback()) {
+        const WideString text = WriteProxyRecord(RecordOf(*entry));
+        done = !text.empty() && configUtil->WriteValue(key, text, 0) == 0;
+    }
+    Release(earlier);
+    return done;
 }
 
 void CProxyConfig::AttachToServiceClient(IServiceClient* client) {

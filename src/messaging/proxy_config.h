@@ -13,18 +13,25 @@ namespace orrery {
 
 class CMessageObject;
 
+// None of these fails otherwise than by its result, and none reaches the network. What is handed out stays
+// this object's and goes with it.
 class IProxyConfig {
   public:
     virtual ~IProxyConfig() = default;
-    virtual bool IsValid() = 0;  // there is a usable list
-    // Null if there is none; owned by this object.
+    // There is a usable list; without one its user goes without a proxy.
+    virtual bool IsValid() = 0;
+    // In the order of the attempts. Null without transport or store.
     virtual IProxyList* GetProxyList() = 0;
+    // The first of its kind that was met, as a copy. Null if there is none.
     virtual IProxySetting* GetExplicitProxy() = 0;
+    // The same; of the configured ones only that at the head of the list counts.
     virtual IProxySetting* GetWpadProxy() = 0;
-    // Stores `entry`, or deletes what is stored for null. True if something was written or deleted.
+    // Stores a copy of `entry`, or deletes what is stored for null. True if something was written or deleted:
+    // not for what is stored already. An entry given by GetUsedProxy earlier is gone.
     virtual bool SetUsedProxy(const IProxySetting* entry, bool alternative) = 0;
-    // Read anew; an entry given earlier is gone. Null if none is stored.
+    // Read anew; an entry given earlier is gone. Null if none is stored, or none that can be read.
     virtual IProxySetting* GetUsedProxy(bool alternative) = 0;
+    // Give the list to a client or a connection, which copies it. Nothing happens for null or without a list.
     virtual void AttachToServiceClient(IServiceClient* client) = 0;
     virtual void AttachToConnection(IConnection* connection) = 0;
 };

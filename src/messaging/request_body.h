@@ -12,14 +12,18 @@ namespace orrery {
 class CMessageObject;
 
 // `plain` asks for the readable form, which only the message log wants; otherwise it is what goes on the
-// wire.
+// wire. None of these fails.
 class IRequestBody {
   public:
     virtual ~IRequestBody() = default;
+    // The MIME type of what goes on the wire.
     virtual void GetContentType(WideString& contentType) const = 0;
+    // The bytes for the wire are compressed.
     virtual bool IsCompressed() const = 0;
-    virtual uint32_t GetSize(bool plain) const = 0;     // bytes
-    virtual const char* GetData(bool plain) const = 0;  // valid while the body lives
+    // In bytes; no zero ends them.
+    virtual uint32_t GetSize(bool plain) const = 0;
+    // The body's own, valid while it lives and isn't changed. Null or not where the size is 0.
+    virtual const char* GetData(bool plain) const = 0;
 };
 
 // A message as JSON, never compressed.

@@ -11,9 +11,7 @@
 
 namespace orrery {
 
-namespace {
-
-uint32_t ErrorOf(uint32_t status) {
+uint32_t StatusToError(uint32_t status) {
     if (status == 304) return Continue;
     if (status == 403) return AccessDenied;
     if (status == 404) return NotFound;
@@ -31,22 +29,16 @@ uint32_t ErrorOf(uint32_t status) {
     }
 }
 
-}  // namespace
-
-uint32_t StatusToError(uint32_t status) {
-    const uint32_t result = ErrorOf(status);
-    if (result != Success) Trace::Error("the server refused", status, result);
-    return result;
-}
-
 void WebApiResponse::SetResult(const CalendarTime& replyDate, uint32_t replyStatus, const void* replyContent,
                                uint32_t size) {
     date = replyDate;
     status = replyStatus;
     KeepContent(replyContent, size);
     ClearEnvelope();
-    if (StatusToError(status) == Success || !content) return;
-    if (ParseEnvelope() && envelope.hasActions) ForwardActions();
+    const uint32_t error = StatusToError(status);
+    if (error == Success) return;
+    Trace::Error("the server refused", status, error);
+    if (content && ParseEnvelope() && envelope.hasActions) ForwardActions();
 }
 
 void WebApiResponse::KeepContent(const void* bytes, uint32_t size) {

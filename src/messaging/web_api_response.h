@@ -23,19 +23,30 @@ class CResponseEnvelope final : public CMessageObject {
     bool hasActions = false;
 };
 
+// Filled by the thread that sends, which reads it afterwards. What is handed out by pointer stays this
+// object's, until the next SetResult.
 class IRequestResponse {
   public:
     virtual ~IRequestResponse() = default;
-    // Copies what it is given; `content` may be null.
+    // The reply, without its headers, in place of an earlier one. Copies what it is given; `content` may be
+    // null. It can't fail, and may raise events before it returns.
     virtual void SetResult(const CalendarTime& date, uint32_t status, const void* content, uint32_t size) = 0;
-    virtual void AddHeader(const WideString& name, const WideString& value) = 0;  // replaces none
+    // A header that is there keeps its value.
+    virtual void AddHeader(const WideString& name, const WideString& value) = 0;
+    // Replace all headers. Of a text that can't be read the part that could stays, with false.
     virtual bool SetHeaderText(WideView text) = 0;
     virtual void SetHeaders(const HeaderMap& map) = 0;
-    virtual uint32_t GetStatus() const = 0;  // HTTP, 0 until a reply came
+    // HTTP; 0 until a reply came.
+    virtual uint32_t GetStatus() const = 0;
+    // In place of what `out` holds.
     virtual void GetHeaders(HeaderMap& out) const = 0;
-    virtual const CalendarTime* GetDate() const = 0;  // UTC
-    virtual const uint8_t* GetContent() const = 0;    // null if there is none
-    virtual uint32_t GetContentSize() const = 0;      // bytes
+    // UTC, all zero if the reply had none. Never null.
+    virtual const CalendarTime* GetDate() const = 0;
+    // As received, in plain form, without a zero at its end. Null if there is none.
+    virtual const uint8_t* GetContent() const = 0;
+    // In bytes; 0 without content.
+    virtual uint32_t GetContentSize() const = 0;
+    // Empty unless an error reply had one. Never null.
     virtual const CResponseEnvelope* GetEnvelope() const = 0;
 };
 
@@ -70,7 +81,8 @@ class WebApiResponse final : public IRequestResponse {
     IDispatcherHelper* const dispatcherHelper;  // outlives the response
 };
 
-// What a reply of the Web API means: 0 for success, 1246 where nothing has changed, else an error code.
+// What a status of the Web API means: 0 for success, 1246 where nothing has changed, else an error code.
+// Pure.
 uint32_t StatusToError(uint32_t status);
 
 }  // namespace orrery

@@ -30,15 +30,36 @@ CalendarTime ServerTimeNow() {
     return time;
 }
 
+// The way that a connection went, in an entry of the transport's.
+class UsedProxy {
+  public:
+    UsedProxy(IWirelink& wirelink, IConnection& connection)
+        : wirelink(wirelink), entry(wirelink.NewProxySetting()) {
+        isKnown = entry && connection.GetProxyUsed(entry);
+    }
+    ~UsedProxy() {
+        if (entry) wirelink.ReleaseProxySetting(entry);
+    }
+    UsedProxy(const UsedProxy&) = delete;
+    UsedProxy& operator=(const UsedProxy&) = delete;
+
+    // Null if the connection doesn't tell.
+    const IProxySetting* Get() const { return isKnown ? entry : nullptr; }
+
+  private:
+    IWirelink& wirelink;
+    IProxySetting* const entry;
+    bool isKnown = false;
+};
+
 }  // namespace
 
-// One connection, from its making to its end, with what it was given and what it gave.
+// One connection with what it was given and the reply, until both go back to the transport.
 class WirelinkRequestDispatcher::Exchange {
   public:
     Exchange(IWirelink& wirelink, IRequest& request)
-        : wirelink(wirelink), request(request), url(request.GetUrl()) {}
+        : request(request), url(request.GetUrl()), wirelink(wirelink) {}
     ~Exchange() {
-        if (proxyUsed) wirelink.ReleaseProxySetting(proxyUsed);
         if (connection) wirelink.DestroyConnection(connection);
         if (replyIsReady) wirelink.FreeResponse(&reply);
     }
@@ -54,21 +75,17 @@ class WirelinkRequestDispatcher::Exchange {
         return connection != nullptr;
     }
 
-    // After the send: what the transport added, and which way it went.
-    void NoteWhatWasSent() {
+    // The transport adds headers of its own, which belong into the record.
+    void NoteSentHeaders() const {
         WideString sent;
         if (connection->GetSentHeaders(sent)) request.AddHeaderText(sent);
-        proxyUsed = wirelink.NewProxySetting();
-        proxyIsKnown = proxyUsed && connection->GetProxyUsed(proxyUsed);
     }
-    const IProxySetting* ProxyUsed() const { return proxyIsKnown ? proxyUsed : nullptr; }
 
     void InitReply() {
         wirelink.InitResponse(&reply);
         replyIsReady = true;
     }
 
-    IWirelink& wirelink;
     IRequest& request;
     const WideString url;
     IConnection* connection = nullptr;
@@ -79,15 +96,14 @@ class WirelinkRequestDispatcher::Exchange {
         HeaderMap headers;
         request.GetHeaders(headers);
         for (const auto& [name, value] : headers) connection->AddHeader(name.c_str(), value.c_str());
-        CProxyConfig proxies(&store, &wirelink);
-        if (proxies.IsValid()) proxies.AttachToConnection(connection);
+        if (CProxyConfig proxies(&store, &wirelink); proxies.IsValid())
+            proxies.AttachToConnection(connection);
         trust = std::make_shared<CCertificateTrustworthinessConfig>(&wirelink, &store);
         if (trust->IsValid()) trust->ApplyToConnection(connection);
     }
 
-    std::shared_ptr<CCertificateTrustworthinessConfig> trust;
-    IProxySetting* proxyUsed = nullptr;
-    bool proxyIsKnown = false;
+    IWirelink& wirelink;
+    std::shared_ptr<CCertificateTrustworthinessConfig> trust;  // outlives the connection
     bool replyIsReady = false;
 };
 
@@ -99,43 +115,42 @@ WirelinkRequestDispatcher::WirelinkRequestDispatcher(ConfigUtil* util, bool logM
 uint32_t WirelinkRequestDispatcher::Send(IRequest& request, uint32_t reserved, IRequestResponse& response,
                                          ProxyRecord* proxyUsed) {
     Exchange exchange(*wirelink, request);
-    uint32_t result = exchange.Open(*configUtil) ? Success : InvalidData;
-    if (result != Success || !SendSigned(exchange, reserved, result)) {
-        Trace::Error("a request can't be made", WithoutUser(exchange.url), result);
-        return result;
-    }
-    exchange.NoteWhatWasSent();
-    if (proxyUsed && exchange.ProxyUsed()) *proxyUsed = RecordOf(*exchange.ProxyUsed());
-    if (logMessages) WriteRequestRecord(request, exchange.url, result, nullptr, exchange.ProxyUsed());
-    exchange.InitReply();
-    if (result == Success) result = Receive(exchange, response);
-    if (logMessages) WriteResponseRecord(exchange.reply, result);
+    const uint32_t result = exchange.Open(*configUtil) ? SendOver(exchange, reserved, response, proxyUsed)
+                                                       : uint32_t{InvalidData};
     if (result != Success) Trace::Error("a request failed", WithoutUser(exchange.url), result);
     return result;
 }
 
-// False if there was nothing to send, or no right to.
-bool WirelinkRequestDispatcher::SendSigned(Exchange& exchange, uint32_t reserved, uint32_t& result) const {
+uint32_t WirelinkRequestDispatcher::SendOver(Exchange& exchange, uint32_t reserved,
+                                             IRequestResponse& response, ProxyRecord* proxyUsed) {
     const CalendarTime timestamp = ServerTimeNow();
     const IRequestBody* body = exchange.request.GetBody();
+    if (!body) return InvalidParameter;
     AuthorizationInfo authorization;
-    if (!body) {
-        result = InvalidParameter;
-    } else if (!LoadAuthorization(configUtil, authorization, u"Communications", &timestamp, true)) {
-        result = BadConfiguration;
-    }
-    if (result != Success) return false;
+    if (!LoadAuthorization(configUtil, authorization, u"Communications", &timestamp, true))
+        return BadConfiguration;
     WideString contentType;
     body->GetContentType(contentType);
-    result = exchange.connection->SendSigned(contentType.c_str(), body->GetData(false), body->GetSize(false),
-                                             reserved, &authorization);
-    return true;
+    uint32_t result = exchange.connection->SendSigned(contentType.c_str(), body->GetData(false),
+                                                      body->GetSize(false), reserved, &authorization);
+    exchange.NoteSentHeaders();
+    NoteProxyUsed(exchange, result, proxyUsed);
+    exchange.InitReply();
+    if (result == Success) result = Receive(exchange, response);
+    if (logMessages) WriteResponseRecord(exchange.reply, result);
+    return result;
+}
+
+void WirelinkRequestDispatcher::NoteProxyUsed(Exchange& exchange, uint32_t result, ProxyRecord* proxyUsed) {
+    const UsedProxy used(*wirelink, *exchange.connection);
+    if (proxyUsed && used.Get()) *proxyUsed = RecordOf(*used.Get());
+    if (logMessages) WriteRequestRecord(exchange.request, exchange.url, result, nullptr, used.Get());
 }
 
 uint32_t WirelinkRequestDispatcher::Receive(Exchange& exchange, IRequestResponse& response) {
-    TransportResponse& reply = exchange.reply;
-    const uint32_t result = exchange.connection->Receive(&reply);
+    const uint32_t result = exchange.connection->Receive(&exchange.reply);
     if (result != Success) return result;
+    const TransportResponse& reply = exchange.reply;
     LearnClockOffset(reply.date);
     response.SetResult(reply.date, reply.status, reply.content, reply.contentSize);
     if (reply.headers) response.SetHeaderText(reply.headers);
@@ -152,26 +167,34 @@ uint32_t WirelinkRequestDispatcher::Download(IRequest& request, const WideString
                                              IRequestResponse& response) {
     Exchange exchange(*wirelink, request);
     if (!exchange.Open(*configUtil)) {
-        Trace::Error("a request can't be made", WithoutUser(exchange.url));
+        Trace::Error("a download has no connection", WithoutUser(exchange.url));
         return InvalidData;
     }
     uint32_t status = 0;
     uint32_t result = exchange.connection->Download(path, status);
     const bool isThere = result == Success || result == Continue;
     if (!isThere) Trace::Error("a download failed", WithoutUser(exchange.url), path, status, result);
-    exchange.NoteWhatWasSent();
+    exchange.NoteSentHeaders();
     exchange.InitReply();
     if (isThere) {
-        const uint32_t received = exchange.connection->Receive(&exchange.reply);
-        if (received != Success) {
-            Trace::Error("the reply to a download can't be read", WithoutUser(exchange.url), received);
-            result = received;
-        } else if (exchange.reply.headers) {
-            response.SetHeaderText(exchange.reply.headers);
-        }
+        const uint32_t failure = ReceiveHeaders(exchange, response);
+        if (failure != Success) result = failure;
     }
     response.SetResult(exchange.reply.date, status, nullptr, 0);
-    if (logMessages) WriteRequestRecord(request, exchange.url, result, &status, exchange.ProxyUsed());
+    if (logMessages) {
+        const UsedProxy used(*wirelink, *exchange.connection);
+        WriteRequestRecord(request, exchange.url, result, &status, used.Get());
+    }
+    return result;
+}
+
+uint32_t WirelinkRequestDispatcher::ReceiveHeaders(Exchange& exchange, IRequestResponse& response) {
+    const uint32_t result = exchange.connection->Receive(&exchange.reply);
+    if (result != Success) {
+        Trace::Error("the reply to a download can't be read", WithoutUser(exchange.url), result);
+    } else if (exchange.reply.headers) {
+        response.SetHeaderText(exchange.reply.headers);
+    }
     return result;
 }
 

@@ -18,15 +18,17 @@ class IRequestResponse;
 struct ProxyRecord;
 
 // Results are 0, 13 for no connection, or the transport's code. A reply is a success whatever its HTTP
-// status.
+// status. Both operations block until the reply has come or the transport's deadlines have passed, and both
+// fill `response` before they return; a failed Send leaves it alone.
 class IRequestDispatcher {
   public:
     virtual ~IRequestDispatcher() = default;
     // Also 87 for a request without a body, 1610 without credentials. `reserved` goes to the transport;
-    // `proxyUsed` may be null.
+    // `proxyUsed` may be null and is filled if a connection came about.
     virtual uint32_t Send(IRequest& request, uint32_t reserved, IRequestResponse& response,
                           ProxyRecord* proxyUsed) = 0;
-    // Unsigned, without a body, into the file. 1246 if the file is the server's already.
+    // Unsigned, without a body, into the file. 1246 if the file is the server's already. `response` gets the
+    // status also of a failure, and never content.
     virtual uint32_t Download(IRequest& request, const WideString& path, IRequestResponse& response) = 0;
 };
 
@@ -52,8 +54,11 @@ class WirelinkRequestDispatcher final : public IRequestDispatcher {
   private:
     class Exchange;
 
-    bool SendSigned(Exchange& exchange, uint32_t reserved, uint32_t& result) const;
+    uint32_t SendOver(Exchange& exchange, uint32_t reserved, IRequestResponse& response,
+                      ProxyRecord* proxyUsed);
+    void NoteProxyUsed(Exchange& exchange, uint32_t result, ProxyRecord* proxyUsed);
     static uint32_t Receive(Exchange& exchange, IRequestResponse& response);
+    static uint32_t ReceiveHeaders(Exchange& exchange, IRequestResponse& response);
     static void LearnClockOffset(const CalendarTime& date);
 
     ConfigUtil* const configUtil;

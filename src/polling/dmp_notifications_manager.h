@@ -13,8 +13,8 @@ namespace orrery {
 class INotificationsManager {
   public:
     virtual ~INotificationsManager() = default;
-    // True means that a notification has come, with its body in `text`, which is untouched otherwise. Blocks
-    // for as long as the requests take.
+    // True means that a notification has come, with its body in `text`, which is untouched otherwise. Every
+    // failure is traced and gives false. Blocks for up to two requests; one call at a time.
     virtual bool Check(WideString& text) = 0;
 };
 

@@ -17,19 +17,24 @@
 
 namespace orrery {
 
+// Failures are told by the result, the status and the trace. Used by one thread at a time.
 class INotificationHandler {
   public:
     virtual ~INotificationHandler() = default;
-    // Registering sends nothing.
+    // For the service of that name, copied, in place of an earlier one. Sends nothing. Always true.
     virtual bool Register(const char16_t* name) = 0;
+    // Closes the data service; id and tag stay. Waits for a request under way. Always true.
     virtual bool Unregister() = 0;
     virtual bool IsRegistered() = 0;
-    // One request each. False if the server didn't give what was asked for; true also where the data service
-    // can't be opened: then no request was made, and status and content are those of the request before.
+    // One request each, for whose time they block. False if the server didn't give what was asked for; true
+    // also where the data service can't be opened: then no request was made, and status and content are
+    // those of the request before.
     virtual bool GetNotification(const WideString& id) = 0;
+    // `body` is UTF-8.
     virtual bool CreateNotification(const WideString& id, const std::string& body) = 0;
-    virtual bool SetETag(const char16_t* text) = 0;  // true if it was stored
-    // Of the last answer; the status is 0 before the first.
+    // Goes out with the next request; empty for none. True if it was stored.
+    virtual bool SetETag(const char16_t* text) = 0;
+    // Of the last answer, and good until the next request. The status is 0 before the first.
     virtual const char16_t* GetETag() = 0;
     virtual uint32_t GetStatus() = 0;
     virtual const char16_t* GetContent() = 0;

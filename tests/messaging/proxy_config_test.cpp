@@ -4,8 +4,7 @@
 
 #include "foundation/cypher/aes_cypher.h"
 #include "platform/text.h"
-#include "standins/wirelink/wirelink.h"
-#include "support/test_environment.h"
+#include "support/fake_wirelink.h"
 
 namespace orrery::test {
 namespace {
@@ -13,105 +12,111 @@ namespace {
 constexpr char16_t listKey[] = u"Proxy.Default.FallbackList";
 constexpr char16_t usedKey[] = u"Proxy.Default.LastProxyConfigUsed";
 
-// "mode|proxies|user|password|PAC URL|flags", the flags being a for auto-detect and f for fallback.
-std::string Describe(const IProxySetting* entry) {
-    if (!entry) return "none";
-    std::string text = std::to_string(entry->Mode()) + "|";
-    for (const char16_t* part :
-         {entry->ProxyList(), entry->Username(), entry->Password(), entry->WPADUrl()}) {
-        text += (part ? ToUtf8(part) : std::string()) + "|";
+struct Proxies : WirelinkTest {
+    void SetConfigured(const WideString& members) {
+        config.Set(listKey, u"{\"ProxyConfig\":[" + members + u"]}");
     }
-    return text + (entry->WPADAutoDetect() ? "a" : "") + (entry->Fallback() ? "f" : "");
-}
-
-// The entries in order, then the explicit and the WPAD proxy that are offered.
-std::string Describe(CProxyConfig& config) {
-    std::string text;
-    config.GetProxyList()->BeginEnumeration();
-    while (const IProxySetting* entry = config.GetProxyList()->NextEntry()) text += Describe(entry) + " ";
-    config.GetProxyList()->EndEnumeration();
-    return text + "- " + Describe(config.GetExplicitProxy()) + " " + Describe(config.GetWpadProxy());
-}
-
-struct ConfigCase {
-    const char16_t* configured;  // the members of the array
-    const char16_t* lastUsed;
-    const char* expected;
-};
-
-const ConfigCase cases[] = {
-    {u"", u"", "0|||||f - none none"},
-    {u"{", u"{", "0|||||f - none none"},
-    {uR"(5,[],{},{"source":"Direct"},{"source":"explicit","proxyList":1})", u"", "0|||||f - none none"},
-    {uR"({"source":"explicit","proxyList":"p","user":"u","password":"w","fallback":1},
-         {"source":"direct","fallback":true},{"source":"wpad","PacFileUrl":""},{"source":"wpad"})",
-     u"", "1|p|u|w|| 0|||||f 2||||| 2|||||a - 1|p|u|w|| none"},
-    {uR"(1,{"source":"wpad","PacFileUrl":"http://w","fallback":true})", u"",
-     "2||||http://w|f - none 2||||http://w|f"},
-    {uR"({"source":"explicit","proxyList":"p1;p2:8;http://p3","DeviceId":"other"},
-         {"source":"explicit","proxyList":"p1","DeviceId":"OWN"})",
-     u"", "1|p1:3128;p2:8;http://p3|||| 0||||| - 1|p1:3128;p2:8;http://p3|||| none"},
-    // The last used one comes first, even if it is the same.
-    {uR"({"source":"explicit","proxyList":"p:1"})",
-     uR"({"Mode":1,"ProxyList":"p:1","Username":"u","Fallback":true})",
-     "1|p:1|u|||f 1|p:1|||| - 1|p:1|u|||f none"},
-    {u"", uR"({"Mode":2,"WPADUrl":"http://w"})", "2||||http://w| 0|||||f - none 2||||http://w|"},
-};
-
-class ProxyConfigTest : public testing::Test {
-  protected:
-    ProxyConfigTest() {
-        TestEnvironment::Get().Reset();
-        config.Set(u"Register.Register.DeviceId", u"own");
+    std::string ListNow() {
+        CProxyConfig proxies(&config, &wire.Transport());
+        return Describe(*proxies.GetProxyList());
     }
-
-    FakeConfigUtil& config = TestEnvironment::Get().config;
-    wirelink::Wirelink wirelink;
 };
 
-TEST_F(ProxyConfigTest, BuildsTheList) {
-    EXPECT_EQ(Describe(*std::make_unique<CProxyConfig>(&config, &wirelink)), "0|||||f - none none");
-    for (const auto& [configured, lastUsed, expected] : cases) {
-        config.Set(listKey, WideString(u"{\"ProxyConfig\":[") + configured + u"]}");
+TEST_F(Proxies, TheLastUsedComesFirstAndDirectIfNothingElse) {
+    const struct {
+        WideString configured, lastUsed;
+        const char *list, *explicitProxy, *wpadProxy;
+    } cases[] = {
+        {u"", u"", "direct fallback", "none", "none"},
+        {u"{", u"{", "direct fallback", "none", "none"},
+        {uR"(5,[],{},{"source":"Direct"},{"source":"explicit","proxyList":1})", u"", "direct fallback",
+         "none", "none"},
+        {uR"({"source":"explicit","proxyList":"p","user":"u","password":"w","fallback":1},
+             {"source":"direct","fallback":true},{"source":"wpad","PacFileUrl":""},{"source":"wpad"})",
+         u"", "explicit p u w, direct fallback, pac, pac discovered", "explicit p u w", "none"},
+        {uR"(1,{"source":"wpad","PacFileUrl":"http://w","fallback":true},{"source":"wpad"})", u"",
+         "pac http://w fallback, pac discovered", "none", "pac http://w fallback"},
+        {uR"({"source":"wpad"})", u"", "pac discovered", "none", "pac discovered"},
+        {uR"({"source":"explicit","proxyList":"p1;p2:8;http://p3","DeviceId":"other","fallback":true},
+             {"source":"explicit","proxyList":"p1","DeviceId":"DEVICE"})",
+         u"", "explicit p1:3128;p2:8;http://p3 fallback, direct", "explicit p1:3128;p2:8;http://p3 fallback",
+         "none"},
+        {uR"({"source":"explicit","proxyList":"p:1"})",
+         uR"({"Mode":1,"ProxyList":"p:1","Username":"u","Password":"w","Fallback":true})",
+         "explicit p:1 u w fallback, explicit p:1", "explicit p:1 u w fallback", "none"},
+        {uR"({"source":"wpad"})", uR"({"Mode":2,"WPADUrl":"http://w","WPADAutoDetect":true})",
+         "pac http://w discovered, pac discovered", "none", "pac http://w discovered"},
+        {uR"({"source":"winhttp","fallback":true},{"source":"ie"})", uR"({"Mode":0})",
+         "direct, explicit http=http://s:1 fallback, explicit http=http://s:1", "none", "none"},
+    };
+    ::setenv("http_proxy", "http://s:1", 1);
+    for (const auto& [configured, lastUsed, list, explicitProxy, wpadProxy] : cases) {
+        SetConfigured(configured);
         config.Set(usedKey, lastUsed);
-        CProxyConfig proxies(&config, &wirelink);
-        ASSERT_TRUE(proxies.IsValid());
-        EXPECT_EQ(Describe(proxies), expected);
+        CProxyConfig proxies(&config, &wire.Transport());
+        EXPECT_TRUE(proxies.IsValid());
+        if (lastUsed.size() > 1) --wire.held;  // the list's now
+        EXPECT_EQ(Describe(*proxies.GetProxyList()), list);
+        EXPECT_EQ(Describe(proxies.GetExplicitProxy()), explicitProxy);
+        EXPECT_EQ(Describe(proxies.GetWpadProxy()), wpadProxy);
     }
-    EXPECT_FALSE(CProxyConfig(nullptr, &wirelink).IsValid());
-    EXPECT_EQ(CProxyConfig(&config, nullptr).GetProxyList(), nullptr);
+    ::unsetenv("http_proxy");
+    config.Clear();
+    EXPECT_EQ(ListNow(), "direct fallback") << "nothing is set";
 }
 
-TEST_F(ProxyConfigTest, ReadsAnEncipheredList) {
+TEST_F(Proxies, WithoutStoreTransportOrListThereAreNone) {
+    wire.knobs.makesOthers = false;
+    config.Set(usedKey, uR"({"Mode":1})");
+    CProxyConfig noStore(nullptr, &wire.Transport()), noTransport(&config, nullptr),
+        noList(&config, &wire.Transport());
+    for (CProxyConfig* proxies : {&noStore, &noTransport, &noList}) {
+        EXPECT_FALSE(proxies->IsValid());
+        EXPECT_EQ(proxies->GetProxyList(), nullptr);
+        EXPECT_EQ(proxies->GetUsedProxy(false), nullptr);
+        EXPECT_FALSE(proxies->SetUsedProxy(nullptr, false));
+    }
+}
+
+TEST_F(Proxies, AnEncipheredListIsRead) {
     std::string sealed;
     CAESCypher().EncipherToText(R"({"ProxyConfig":[{"source":"direct"}]})", sealed);
     std::string altered = sealed;
     altered[altered.size() - 8] ^= 1;
-    for (const auto& text : {sealed, altered, sealed + "=", sealed.substr(4), sealed.substr(0, 64)}) {
+    for (const auto& text : {sealed, altered, sealed.substr(4), sealed.substr(0, 64)}) {
         config.Set(listKey, ToWide(text));
-        EXPECT_EQ(Describe(*std::make_unique<CProxyConfig>(&config, &wirelink)),
-                  text == sealed ? "0||||| - none none" : "0|||||f - none none");
+        EXPECT_EQ(ListNow(), text == sealed ? "direct" : "direct fallback");
     }
 }
 
-TEST_F(ProxyConfigTest, StoresTheUsedProxyOnlyWhenItChanged) {
+TEST_F(Proxies, TheUsedProxyIsStoredOnlyWhenItChanged) {
     config.Set(u"Proxy.Device.DefaultPort", u"8080");
-    config.Set(listKey, uR"({"ProxyConfig":[{"source":"explicit","proxyList":"p","DeviceId":"d"}]})");
-    CProxyConfig proxies(&config, &wirelink);
+    SetConfigured(uR"({"source":"explicit","proxyList":"p","user":"u","password":"w","DeviceId":"d"})");
+    CProxyConfig proxies(&config, &wire.Transport());
     const IProxySetting* const used = proxies.GetExplicitProxy();
     EXPECT_FALSE(proxies.SetUsedProxy(nullptr, false));
     EXPECT_TRUE(proxies.SetUsedProxy(used, false));
-    EXPECT_EQ(config.Value(usedKey),
-              uR"({"Mode":1,"ProxyList":"p:8080","WPADAutoDetect":false,"Fallback":false})");
+    const WideString stored =
+        uR"({"Mode":1,"ProxyList":"p:8080","Username":"u","Password":"w","WPADAutoDetect":false,"Fallback":false})";
+    EXPECT_EQ(config.Value(usedKey), stored);
     EXPECT_FALSE(proxies.SetUsedProxy(used, false));
-    config.Set(usedKey, uR"({"Mode":1,"ProxyList":"p:8080","Fallback":true})");
-    EXPECT_TRUE(proxies.SetUsedProxy(used, false)) << "the fallback flag counts";
-    EXPECT_TRUE(proxies.SetUsedProxy(used, true));
-    EXPECT_EQ(Describe(proxies.GetUsedProxy(true)), "1|p:8080||||");
+    EXPECT_TRUE(proxies.SetUsedProxy(proxies.GetUsedProxy(false), true)) << "the one handed out last";
+    EXPECT_EQ(config.Value(u"Proxy.Default.AlternativeProxyConfigUsed"), stored);
+    EXPECT_EQ(Describe(proxies.GetUsedProxy(true)), "explicit p:8080 u w");
+    for (const char16_t* other :
+         {uR"({"Mode":1,"ProxyList":"p:8080","Username":"u","Password":"w","Fallback":true})",
+          uR"({"Mode":1,"ProxyList":"q"})"}) {
+        config.Set(usedKey, other);
+        EXPECT_TRUE(proxies.SetUsedProxy(used, false));
+    }
     config.FailWrites(1);
     EXPECT_FALSE(proxies.SetUsedProxy(nullptr, false));
     EXPECT_TRUE(proxies.SetUsedProxy(nullptr, false));
     EXPECT_EQ(config.Value(usedKey), std::nullopt);
+    const wirelink::ProxySetting pac({.mode = ProxyWpad, .wpadUrl = u"http://w", .wpadAutoDetect = true});
+    EXPECT_TRUE(proxies.SetUsedProxy(&pac, false));
+    EXPECT_EQ(config.Value(usedKey),
+              uR"({"Mode":2,"WPADUrl":"http://w","WPADAutoDetect":true,"Fallback":false})");
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include <future>
+
 #include "platform/text.h"
 #include "polling/dmp_notifications_manager.h"
 #include "support/fake_wirelink.h"
@@ -6,57 +8,106 @@ namespace orrery::test {
 namespace {
 
 constexpr char16_t checkTag[] = u"Services.Service_NotificationCheck.ETag";
+constexpr char16_t nothing[] = u"-";
+
+using Calls = std::vector<std::string>;
 
 struct Notifications : WirelinkTest {
-    // What was called, joined, then "=" and the text that was found, or "-".
-    std::string Poll(std::deque<DataAnswer> answers) {
-        WideString text = u"-";
-        std::string calls;
+    // The text that comes, or `nothing`; `calls` is what the services were asked meanwhile.
+    WideString Poll(std::deque<DataAnswer> answers) {
+        WideString text = nothing;
         wire.knobs.answers = std::move(answers);
         const bool found = manager.Check(text);
-        EXPECT_EQ(found, text != u"-");
-        for (const std::string& call : wire.Take())
-            if (call.starts_with("open") || call.ends_with("]")) calls += call + ";";
-        return calls + "=" + ToUtf8(text);
+        EXPECT_EQ(found, text != nothing);
+        calls = wire.Take();
+        std::erase_if(calls, [](const std::string& call) { return !call.ends_with("]") && call != "close"; });
+        return text;
     }
 
     CDmpNotificationsManager manager{nullptr};
+    Calls calls;
 };
 
 TEST_F(Notifications, TheTagGoesFromPollToPoll) {
-    const std::tuple<std::deque<DataAnswer>, std::string, WideString> polls[] = {
-        {{{false, 404}, {true, 201, u"1"}}, "open n;get n [];open n;set n [];=-", u"1"},
-        {{{true, 304}}, "get n [1];=-", u"1"},
-        {{{true, 200, u"2", "\xC3\xBC"}}, "get n [1];=\u00FC", u"2"},
-        {{{true, 200}}, "get n [2];=", u"2"},
-        {{{true, 204, u"3"}}, "get n [2];=-", u"3"},
-        {{{false, 400}}, "get n [3];=-", u""},
-        {{{false, 404}, {true, 304, u"5"}}, "get n [];set n [];=-", u""},
-        {{{false, 404}, {false, 200, u"6"}}, "get n [];set n [];=-", u""},
-    };
-    for (const auto& [answers, outcome, tag] : polls) {
-        EXPECT_EQ(Poll(answers), outcome);
+    const struct {
+        std::deque<DataAnswer> answers;
+        Calls calls;
+        WideString text, tag;
+    } polls[] = {{{{false, 404}, {true, 201, u"1"}}, {"get n []", "set n []"}, nothing, u"1"},
+                 {{{true, 304}}, {"get n [1]"}, nothing, u"1"},
+                 {{{true, 200, u"2", "\xC3\xBC"}}, {"get n [1]"}, u"\u00FC", u"2"},
+                 {{{true, 200}}, {"get n [2]"}, u"", u"2"},
+                 {{{true, 204, u"3"}}, {"get n [2]"}, nothing, u"3"},
+                 {{{false, 400}}, {"get n [3]"}, nothing, u""},
+                 {{{false, 404}, {true, 304, u"5"}}, {"get n []", "set n []"}, nothing, u""},
+                 {{{false, 404}, {false, 200, u"6"}}, {"get n []", "set n []"}, nothing, u""},
+                 {{{true, 304, u"7"}}, {"get n []"}, nothing, u"7"},
+                 {{{true, 400}}, {"get n [7]"}, nothing, u"7"},
+                 {{{true, 404}}, {"get n [7]"}, nothing, u"7"},
+                 {{{false, 200, u"8"}}, {"get n [7]"}, nothing, u"7"}};
+    for (const auto& [answers, expected, text, tag] : polls) {
+        EXPECT_EQ(Poll(answers), text);
+        EXPECT_EQ(calls, expected);
         EXPECT_EQ(config.Value(checkTag), tag);
     }
     config.Set(checkTag, WideString(300, u't'));
-    EXPECT_EQ(Poll({{true, 304}}), "get n [" + std::string(255, 't') + "];=-");
+    Poll({{true, 304}});
+    EXPECT_EQ(calls, Calls{"get n [" + std::string(255, 't') + "]"});
     config.Set(checkTag, WideString(600, u't'));
     const uint32_t writes = config.Writes();
-    EXPECT_EQ(Poll({{true, 304}}), "get n [];=-");
+    Poll({{true, 304}});
+    EXPECT_EQ(calls, Calls{"get n []"});
     EXPECT_EQ(config.Writes(), writes) << "the same tag";
 }
 
 TEST_F(Notifications, AServiceBelongsToOneDeviceAndOneId) {
-    EXPECT_EQ(Poll({{true, 200, u"1", "x"}}), "open n;get n [];=x");
+    EXPECT_EQ(Poll({{true, 200, u"1", "x"}}), u"x");
     config.Set(u"Register.Notification.NotificationId", u"N");
-    EXPECT_EQ(Poll({{true, 304}}), "open N;get N [1];=-");
+    Poll({{true, 304}});
+    EXPECT_EQ(calls, (Calls{"close", "get N [1]"}));
     config.WriteValue(u"Register.Register.DeviceId", u"other", 0);
-    EXPECT_EQ(Poll({{true, 200, u"1", "y"}}), "open N;get N [1];=y");
+    EXPECT_EQ(Poll({{true, 200, u"1", "y"}}), u"y");
+    EXPECT_EQ(calls, (Calls{"close", "get N [1]"}));
     config.WriteValue(u"Register.Register.DeviceId", u"third", 0);
     config.Set(u"Services.Defaults.Type", u"getDataById");
-    EXPECT_EQ(Poll({}), "=y") << "that of the answer before";
+    EXPECT_EQ(Poll({}), u"y") << "that of the answer before";
     config.DeleteValue(u"Register.Notification.NotificationId");
-    EXPECT_EQ(Poll({}), "=-");
+    EXPECT_EQ(Poll({}), nothing);
+}
+
+TEST_F(Notifications, OnlyANewDeviceIdEndsARegistration) {
+    CNotificationHandler handler(&config);
+    for (const WideString key : {u"Register.Register.SiteId", u"Register.Notification.DeviceId",
+                                 u"Register.Register.deviceId", u"Register.Register.DeviceId"}) {
+        handler.Register(u"S");
+        config.Notify(key, u"", u"x");
+        EXPECT_EQ(handler.IsRegistered(), key != u"Register.Register.DeviceId");
+    }
+    handler.Register(u"S");
+    config.FailWrites(1);
+    EXPECT_FALSE(handler.SetETag(u"t"));
+    EXPECT_TRUE(handler.SetETag(u"t"));
+}
+
+// One lock for all handlers of the process.
+TEST_F(Notifications, APollUnderWayIsWaitedFor) {
+    {
+        CDmpNotificationsManager other(nullptr);
+        const auto poll = [&other, text = WideString()]() mutable { other.Check(text); };
+        const auto change = [this] { config.WriteValue(u"Register.Register.DeviceId", u"other", 0); };
+        for (const std::function<void()>& action : {std::function<void()>(poll), {change}}) {
+            std::future<void> waiting;
+            std::atomic<bool> isUnderWay{false};
+            wire.knobs.onRequest = [&] {
+                if (isUnderWay.exchange(true)) return;
+                waiting = std::async(std::launch::async, action);
+                EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+            };
+            EXPECT_EQ(Poll({{true, 200, {}, "x"}}), u"x");
+            waiting.get();
+        }
+    }
+    EXPECT_EQ(config.Subscriptions(), 2U) << "those of the manager that is left";
 }
 
 }  // namespace

@@ -8,8 +8,13 @@ namespace orrery::test {
 
 namespace {
 
-WideString Number(uint32_t number) {
+WideString Number(int64_t number) {
     return ToWide(std::to_string(number));
+}
+
+WideString Signature(const AuthorizationInfo& by) {
+    return u"as " + by.authorizationId + u" by " + by.service + u" with " + ToWide(by.secret) +
+           (by.forWebApi ? u" for the Web API" : u"");
 }
 
 struct Transport final : FakeWirelink, IWirelink, IConnection, IServiceClient, ITrustStore {
@@ -19,58 +24,77 @@ struct Transport final : FakeWirelink, IWirelink, IConnection, IServiceClient, I
         for (const WideString& text : texts) line += (line.empty() ? "" : " ") + ToUtf8(text);
         Note(line);
     }
-    auto* Give(auto* object) {
+    template <class Object>
+    Object* Give(Object* object) {
         ++held;
         return object;
     }
-    void TakeBack(const auto* object) {
+    void TakeBack(const char16_t* how, const auto* object) {
+        Told({how});
         --held;
         delete object;
     }
+    void TakeBack(const char16_t* how) { TakeBack(how, static_cast<int*>(nullptr)); }
 
-    IProxyList* CreateProxyList() override { return Give(new wirelink::ProxyList); }
-    void FreeProxyList(IProxyList* list) override { TakeBack(list); }
-    IProxySetting* NewProxySetting() override { return Give(new wirelink::ProxySetting); }
-    IProxySetting* CreateProxySetting(int32_t, const char16_t*, const char16_t*, const char16_t*,
-                                      const char16_t*, const char16_t*, bool, bool) override {
-        return NewProxySetting();
+    IProxyList* CreateProxyList() override {
+        return knobs.makesOthers ? Give(new wirelink::ProxyList) : nullptr;
     }
-    void ReleaseProxySetting(IProxySetting* entry) override { TakeBack(entry); }
+    void FreeProxyList(IProxyList* list) override { TakeBack(u"free list", list); }
+    IProxySetting* NewProxySetting() override {
+        return knobs.makesOthers ? Give(new wirelink::ProxySetting) : nullptr;
+    }
+    IProxySetting* CreateProxySetting(int32_t mode, const char16_t* proxies, const char16_t* user,
+                                      const char16_t* password, const char16_t* further, const char16_t* url,
+                                      bool detect, bool fallback) override {
+        if (!knobs.makesOthers) return nullptr;
+        using wirelink::TextOrEmpty;
+        return Give(
+            new wirelink::ProxySetting({mode, TextOrEmpty(proxies), TextOrEmpty(user), TextOrEmpty(password),
+                                        TextOrEmpty(further), TextOrEmpty(url), detect, fallback}));
+    }
+    void ReleaseProxySetting(IProxySetting* entry) override { TakeBack(u"free entry", entry); }
     IConnection* CreateConnection(const char16_t* userAgent, const char16_t* url, const char16_t* verb,
                                   uint32_t flags) override {
         Told({u"connect", userAgent, url, verb, Number(flags)});
         return knobs.connects ? Give(this) : nullptr;
     }
-    void DestroyConnection(IConnection*) override { --held; }
-    IServiceClient* CreateServiceClient(const char16_t*, const char16_t*, const char16_t*, int32_t,
-                                        const char16_t*, const char16_t* deviceId, const AuthorizationInfo*,
-                                        const char16_t*, const char16_t*) override {
-        Told({u"open", deviceId});
-        return Give(this);
+    void DestroyConnection(IConnection*) override { TakeBack(u"destroy connection"); }
+    IServiceClient* CreateServiceClient(const char16_t* userAgent, const char16_t* host,
+                                        const char16_t* service, int32_t product, const char16_t* version,
+                                        const char16_t* deviceId, const AuthorizationInfo* by,
+                                        const char16_t* prefix, const char16_t* siteId) override {
+        Told({u"open", deviceId, siteId, userAgent, host, prefix, service, Number(product), version,
+              Signature(*by)});
+        return knobs.makesOthers ? Give(this) : nullptr;
     }
     void CloseServiceClient(IServiceClient** client) override {
-        if (*client) --held;
+        if (!*client) return;
+        TakeBack(u"close");
         *client = nullptr;
     }
-    void InitResponse(TransportResponse* response) override { Give(response)->size = transportResponseSize; }
-    void FreeResponse(TransportResponse*) override { --held; }
+    void InitResponse(TransportResponse* response) override {
+        Told({u"init reply"});
+        Give(response)->size = transportResponseSize;
+    }
+    void FreeResponse(TransportResponse*) override { TakeBack(u"free reply"); }
     void SetProxyObserver(IProxyUsedObserver*) override {}
-    ITrustStore* CreateTrustStore() override { return Give(this); }
-    void DestroyTrustStore(ITrustStore*) override { --held; }
+    ITrustStore* CreateTrustStore() override { return knobs.makesOthers ? Give(this) : nullptr; }
+    void DestroyTrustStore(ITrustStore*) override { TakeBack(u"destroy store"); }
 
     void SetEnabled(bool enabled) override { Told({u"trust", enabled ? u"on" : u"off"}); }
     void AddTrustedCertificates(const char16_t* domain, uint32_t count,
                                 const char16_t* const* certificates) override {
-        Told({u"trust", domain, Number(count), count > 0 ? certificates[0] : u""});
+        WideString all;
+        for (uint32_t i = 0; i < count; ++i) all += WideString(u" ") + certificates[i];
+        Told({u"trust", domain + all});
     }
 
-    void SetProxyList(IProxyList*) override { Told({u"use proxies"}); }
+    void SetProxyList(IProxyList* list) override { Note("use proxies " + Describe(*list)); }
     void SetTrustStore(ITrustStore*) override { Told({u"use trust"}); }
     uint32_t SendSigned(const char16_t* type, const void* data, uint32_t size, uint32_t reserved,
                         const AuthorizationInfo* by) override {
-        Told({u"send", type, ToWide({static_cast<const char*>(data), size}), Number(reserved),
-              Number(by->version), by->service, by->authorizationId, ToWide(by->secret),
-              by->forWebApi ? u"web" : u"service", DateTimeText(by->timestamp, 'T')});
+        Told({u"send", type, ToWide({static_cast<const char*>(data), size}), Number(reserved), Signature(*by),
+              u"at", DateTimeText(by->timestamp, 'T')});
         if (knobs.onRequest) knobs.onRequest();
         return knobs.sendResult;
     }
@@ -86,19 +110,33 @@ struct Transport final : FakeWirelink, IWirelink, IConnection, IServiceClient, I
     }
     void AddHeader(const char16_t* name, const char16_t* value) override { Told({u"header", name, value}); }
     bool GetSentHeaders(WideString& headers) override {
-        headers = u"Sent: so\r\n";
+        Told({u"ask headers"});
+        headers = u"Sent: so\r\nx-zelko-messageId: its own\r\n";
         return knobs.sendResult == 0;
     }
-    bool GetProxyUsed(IProxySetting*) override { return knobs.sendResult == 0; }
+    bool GetProxyUsed(IProxySetting* entry) override {
+        Told({u"ask proxy"});
+        if (knobs.onProxyAsked) knobs.onProxyAsked();
+        static_cast<wirelink::ProxySetting*>(entry)->Assign(wirelink::ProxySetting(knobs.proxyUsed));
+        return knobs.sendResult == 0;
+    }
 
-    bool UploadFile(const char16_t*, const char16_t*, const char16_t*) override { return false; }
-    bool Enqueue(const char16_t*, const char16_t*, const char*) override { return false; }
-    bool SendDataContainer(const char16_t*, uint32_t, const char16_t*, const std::string&, bool) override {
-        return false;
+    bool UploadFile(const char16_t* container, const char16_t* name, const char16_t* path) override {
+        Told({u"upload", container, name, path});
+        return knobs.takes;
+    }
+    bool Enqueue(const char16_t* container, const char16_t* label, const char* message) override {
+        Told({u"queue", container, label, ToWide(message)});
+        return knobs.takes;
+    }
+    bool SendDataContainer(const char16_t* container, uint32_t version, const char16_t* name,
+                           const std::string& data, bool last) override {
+        Told({u"container", container, Number(version), name, ToWide(data), last ? u"last" : u"more"});
+        return knobs.takes;
     }
     bool GetDataById(const char16_t* id, char16_t* tag, void* data, uint32_t& size,
                      uint32_t& status) override {
-        Told({u"get", id, WideString(u"[") + tag + u"]"});
+        Told({u"get", id, u"[" + WideString(tag) + u"]"});
         if (knobs.onRequest) knobs.onRequest();
         const DataAnswer answer = Answer(tag, status);
         size = static_cast<uint32_t>(answer.data.copy(static_cast<char*>(data), size));
@@ -124,6 +162,28 @@ Transport transport;
 
 FakeWirelink& FakeWirelink::Get() {
     return transport;
+}
+
+IWirelink& FakeWirelink::Transport() {
+    return transport;
+}
+
+std::string Describe(const IProxySetting* entry) {
+    const char* const modes[] = {"direct", "explicit", "pac"};
+    if (!entry) return "none";
+    std::string text = modes[entry->Mode()];
+    for (const char16_t* part : {entry->ProxyList(), entry->WPADUrl(), entry->Username(), entry->Password()})
+        if (part && *part) text += " " + ToUtf8(part);
+    return text + (entry->WPADAutoDetect() ? " discovered" : "") + (entry->Fallback() ? " fallback" : "");
+}
+
+std::string Describe(IProxyList& list) {
+    std::string text;
+    list.BeginEnumeration();
+    while (const IProxySetting* entry = list.NextEntry())
+        text += (text.empty() ? "" : ", ") + Describe(entry);
+    list.EndEnumeration();
+    return text;
 }
 
 WirelinkTest::WirelinkTest() {

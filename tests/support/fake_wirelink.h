@@ -1,7 +1,7 @@
 // The HTTP transport, played by a test: it writes down what it is told and answers as the test says. One
-// object plays the transport, its connections, clients and trust stores, which have no state here. The
-// library "services" hands it out in place of "Utils/Wirelink". The knobs are set while no request is under
-// way; the rest is safe from any thread.
+// object plays the transport, its connections, clients and trust stores, which have no state here; lists and
+// entries hold what they are given. The library "services" hands it out in place of "Utils/Wirelink". The
+// knobs are set while no request is under way; the rest is safe from any thread.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,6 +12,7 @@
 #include <optional>
 
 #include "contracts/wirelink.h"
+#include "standins/wirelink/proxy/proxy_setting.h"
 #include "support/call_log.h"
 #include "support/test_environment.h"
 
@@ -28,19 +29,29 @@ struct DataAnswer {
 struct WirelinkKnobs {
     bool isThere = true;         // else there is no transport
     bool connects = true;        // else there are no connections
-    uint32_t sendResult = 0;     // of a signed request and of a download; on 0 a direct way was used
+    bool makesOthers = true;     // else there are no lists, entries, stores and clients
+    uint32_t sendResult = 0;     // of a signed request and of a download; on 0 `proxyUsed` was used
     uint32_t receiveResult = 0;  // on 0 all of `reply` is received
+    bool takes = true;           // what a service is given, data aside
     TransportResponse reply{.size = transportResponseSize, .status = 200, .date = {}};
+    wirelink::ProxyValues proxyUsed = {};
     std::deque<DataAnswer> answers = {};   // then failures without a status
     std::function<void()> onRequest = {};  // while a request is under way, no download
+    std::function<void()> onProxyAsked = {};
 };
 
 struct FakeWirelink : CallLog {
     static FakeWirelink& Get();
+    IWirelink& Transport();
 
     WirelinkKnobs knobs;
     std::atomic<int> held{0};  // objects given out and not given back, and uses of the transport
 };
+
+// "explicit p:1 user password fallback"; what isn't set is left out.
+std::string Describe(const IProxySetting* entry);
+// Its entries, in order, with commas between them.
+std::string Describe(IProxyList& list);
 
 // The surroundings with this transport, and a registered device that has its credentials.
 struct WirelinkTest : testing::Test {

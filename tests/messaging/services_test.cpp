@@ -1,0 +1,133 @@
+#include <gmock/gmock.h>
+
+#include "messaging/authorization.h"
+#include "messaging/message_dispatcher.h"
+#include "support/fake_wirelink.h"
+
+namespace orrery::test {
+namespace {
+
+using testing::ElementsAre;
+
+struct Operation {
+    WideString type;
+    std::function<bool(CMessageDispatcher&)> run;
+    const char* call;
+};
+
+const Operation operations[] = {
+    {u"FileUpload", [](auto& services) { return services.UploadFile(u"S", u"path", u"name"); },
+     "upload box name path"},
+    {u"Queue", [](auto& services) { return services.EnqueueMessage(u"S", u"label", "text"); },
+     "queue box label text"},
+    {u"DataContainer",
+     [](auto& services) { return services.SendDataContainer(u"S", u"name", "data", u"other", 3, true); },
+     "container other 3 name data last"},
+};
+
+struct Services : WirelinkTest {
+    Services() {
+        const std::pair<const char16_t*, const char16_t*> settings[] = {
+            {u"S.DeviceId", u"device"}, {u"S.Hostname", u"host"},       {u"Defaults.User-Agent", u"agent"},
+            {u"S.PathPrefix", u"/p"},   {u"S.Service", u"service"},     {u"S.ProductVersion", u"2.0"},
+            {u"S.Product", u"12x"},     {u"Defaults.Container", u"box"}};
+        for (const auto& [name, value] : settings) Set(name, value);
+    }
+    void Set(const WideString& name, const WideString& value) { config.Set(u"Services." + name, value); }
+    // The types of the operations that succeed for a service of that type.
+    WideString Done(const WideString& type) {
+        Set(u"S.Type", type);
+        WideString done;
+        for (const Operation& operation : operations) done += operation.run(services) ? operation.type : u"";
+        IServiceClient* hub = services.OpenEventHub(u"S");
+        IServiceClient* data = services.OpenDataService(u"S", u"other");
+        done += WideString(hub ? u"EventHub" : u"") + (data ? u"Data" : u"");
+        services.CloseEventHub(&hub);
+        services.CloseDataService(&data);
+        EXPECT_TRUE(!hub && !data);
+        return done;
+    }
+    // 0: there are no credentials.
+    uint32_t Version() {
+        AuthorizationInfo credentials;
+        const bool loaded = LoadAuthorization(&config, credentials, u"Services", nullptr, false);
+        EXPECT_EQ(loaded, credentials.version != 0);
+        EXPECT_EQ(credentials.version == 2, credentials.service == u"ZWS2");
+        return credentials.version;
+    }
+
+    CMessageDispatcher services{&config};
+};
+
+// An open client outlives both: it has copied what it needs.
+TEST_F(Services, ProxiesAndTrustLiveUntilTheOperationReturns) {
+    const std::string opened = "open device site agent host /p service 12 2.0 as id by ZWS with secret";
+    const std::string proxies = "use proxies direct fallback";
+    for (const auto& [type, run, call] : operations) {
+        Set(u"S.Type", type);
+        EXPECT_TRUE(run(services));
+        EXPECT_THAT(wire.Take(), ElementsAre(opened, proxies, "trust on", "use trust", call, "close",
+                                             "destroy store", "free list"));
+    }
+    Set(u"S.Type", u"EventHub");
+    IServiceClient* client = services.OpenEventHub(u"S");
+    EXPECT_THAT(wire.Take(),
+                ElementsAre(opened, proxies, "trust on", "use trust", "destroy store", "free list"));
+    services.CloseEventHub(&client);
+    EXPECT_THAT(wire.Take(), ElementsAre("close"));
+}
+
+TEST_F(Services, OnlyWhatTheSettingsAllowIsDone) {
+    for (const char16_t* type : {u"FileUpload", u"Queue", u"DataContainer", u"EventHub"})
+        EXPECT_EQ(Done(type), type);
+    for (const char16_t* type : {u"GetDataById", u"SetDataById"}) EXPECT_EQ(Done(type), u"Data");
+    EXPECT_EQ(Done(u"queue"), u"");
+    Set(u"S.DeviceId", u"");
+    EXPECT_EQ(Done(u"Queue"), u"") << "no device";
+    EXPECT_EQ(Done(u"GetDataById"), u"Data") << "it has an id of its own";
+    Set(u"Defaults.SiteId", u"");
+    EXPECT_EQ(Done(u"GetDataById"), u"") << "no site";
+}
+
+TEST_F(Services, AFailureOfTheTransportIsOneOfTheOperation) {
+    wire.knobs.takes = false;
+    EXPECT_EQ(Done(u"Queue"), u"");
+    wire.knobs.makesOthers = false;
+    EXPECT_EQ(Done(u"EventHub"), u"");
+    EXPECT_TRUE(wire.Take().back().starts_with("open device "));
+    for (const char16_t* product : {u" 12", u"-1", u"x"}) {
+        Set(u"S.Product", product);
+        EXPECT_EQ(Done(u"EventHub"), u"");
+        EXPECT_THAT(wire.Take(), ElementsAre(testing::HasSubstr(" service 0 2.0 ")));
+    }
+}
+
+// A version is a number from its first character on.
+TEST_F(Services, OnlyTheKnownServiceHasASecondVersion) {
+    for (const char16_t* service : {u"ZWS", u"zws"}) {
+        Set(u"Authorization.AuthorizationService", service);
+        EXPECT_EQ(Version(), 1U) << "no version";
+        for (const WideString version : {u"2", u"2x", u" 2", u"+2", u"x2", u"1", u"4294967298"}) {
+            Set(u"Authorization.AuthorizationServiceVersion", version);
+            EXPECT_EQ(Version(), service == WideString(u"ZWS") && version[0] == u'2' ? 2U : 1U);
+        }
+        config.DeleteValue(u"Services.Authorization.AuthorizationServiceVersion");
+    }
+}
+
+TEST_F(Services, NoIdOrSecretNoRequest) {
+    for (const WideString name : {u"Authorization.AuthorizationId", u"Authorization.Secret"}) {
+        for (const size_t length : {0U, 255U, 256U}) {
+            Set(name, WideString(length, u'x'));
+            EXPECT_EQ(Version(), length < 256 ? 1U : 0U);
+        }
+        config.DeleteValue(u"Services." + name);
+        EXPECT_EQ(Version(), 0U);
+        EXPECT_EQ(Done(u"Queue"), u"");
+        Set(name, u"x");
+    }
+    EXPECT_TRUE(wire.Take().empty());
+}
+
+}  // namespace
+}  // namespace orrery::test
