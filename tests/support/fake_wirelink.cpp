@@ -54,7 +54,7 @@ struct Transport final : FakeWirelink, IWirelink, IConnection, IServiceClient, I
     }
     void InitResponse(TransportResponse* response) override { Give(response)->size = transportResponseSize; }
     void FreeResponse(TransportResponse*) override { --held; }
-    void SetProxyObserver(IProxyUsedObserver*) override {}
+    void SetProxyObserver(IProxyUsedObserver* told) override { observer = told; }
     ITrustStore* CreateTrustStore() override { return Give(this); }
     void DestroyTrustStore(ITrustStore*) override { --held; }
 

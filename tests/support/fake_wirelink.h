@@ -39,6 +39,7 @@ struct FakeWirelink : CallLog {
     static FakeWirelink& Get();
 
     WirelinkKnobs knobs;
+    std::atomic<IProxyUsedObserver*> observer{nullptr};
     std::atomic<int> held{0};  // objects given out and not given back, and uses of the transport
 };
 
