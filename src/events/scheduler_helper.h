@@ -16,8 +16,8 @@ class IDispatcherHelper;
 struct CScheduleInfo {
     int32_t repetition = 0;  // 0 none; 1, 2, 3: kinds that repeat, known to the scheduler
     int32_t position = 0;    // 1 to 5
-    std::vector<uint32_t> days;
-    std::vector<uint32_t> daysOfWeek;
+    std::vector<uint32_t> days = {};
+    std::vector<uint32_t> daysOfWeek = {};
     uint64_t every = 0;  // seconds; 0: none
     bool localTime = false;
 };

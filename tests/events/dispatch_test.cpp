@@ -1,28 +1,15 @@
-#include <gtest/gtest.h>
+#include <future>
 
-#include "events/dispatcher_helper.h"
-#include "events/scheduler_helper.h"
+#include "events/event_control.h"
+#include "events/event_scheduler.h"
 #include "platform/error_codes.h"
-#include "support/test_environment.h"
+#include "support/failing_memory.h"
+#include "tests/events/events_fixture.h"
 
 namespace orrery::test {
 namespace {
 
-using Events = std::vector<RecordingEventgate::Event>;
-
-struct Dispatch : testing::Test {
-    Dispatch() { environment.Reset(); }
-
-    static CMessageObject Parsed(const std::string& text) {
-        CMessageObject object;
-        EXPECT_TRUE(object.Parse(text)) << text;
-        return object;
-    }
-
-    TestEnvironment& environment = TestEnvironment::Get();
-    CDispatcherHelper dispatcher;
-    CSchedulerHelper scheduler{dispatcher};
-};
+struct Dispatch : EventsTest {};
 
 TEST_F(Dispatch, FailedLoadIsToldOnce) {
     const std::pair<const char*, uint32_t> cases[] = {
@@ -36,43 +23,73 @@ TEST_F(Dispatch, FailedLoadIsToldOnce) {
         environment.Replace("Eventgate", "services");
         EXPECT_EQ(failing.RaiseEventText(u"{}", EventOrigin::Local), 0U);
     }
+    EXPECT_TRUE(environment.eventgate.Take().empty());
+}
+
+TEST_F(Dispatch, AListEndsAtItsFirstFailureAndAnArrayGoesOutAsOne) {
     environment.eventgate.Answer({0, 31});
     EXPECT_EQ(dispatcher.RaiseEventList({u"1", u"2", u"3"}, EventOrigin::Remote), 31U);
-    EXPECT_EQ(dispatcher.RaiseEventArray({u"4", u"5"}, EventOrigin::Local), 0U);
-    EXPECT_EQ(environment.eventgate.Take(), (Events{{"1", false}, {"2", false}, {"[4,5]", true}}));
+    EXPECT_EQ(dispatcher.RaiseEventArray({u"", u"4", u"5"}, EventOrigin::Local), 0U);
+    EXPECT_EQ(dispatcher.RaiseEventList({u"6", u"7"}, EventOrigin::Local), 0U);
+    EXPECT_EQ(environment.eventgate.Take(),
+              (Events{{"1", false}, {"2", false}, {"[,4,5]", true}, {"6", true}, {"7", true}}));
     EXPECT_EQ(environment.eventgate.uses, 1) << "loaded once";
+    EXPECT_EQ(dispatcher.RaiseEventList({}, EventOrigin::Local), InvalidParameter);
+    EXPECT_EQ(dispatcher.RaiseEventArray({}, EventOrigin::Local), InvalidParameter);
+    EXPECT_EQ(dispatcher.RaiseEvent(Parsed("[1e999]"), EventOrigin::Local), InvalidParameter);
+
+    CEventScheduler scheduler(dispatcher);
+    environment.eventgate.Answer({31, 31});
+    EXPECT_FALSE(scheduler.Schedule(u"8", EventOrigin::Local));
+    EXPECT_FALSE(scheduler.ScheduleList({u"9", u"10"}, EventOrigin::Local));
+    EXPECT_TRUE(scheduler.Schedule(u"11", EventOrigin::Remote));
+    EXPECT_TRUE(scheduler.ScheduleList({u"12"}, EventOrigin::Remote));
+    EXPECT_EQ(environment.eventgate.Take(), (Events{{"8", true}, {"9", true}, {"11", false}, {"12", false}}));
 }
 
-TEST_F(Dispatch, EventsOfOneSequenceBearItsStamps) {
-    CEventSequence sequence(u"s");
-    EXPECT_EQ(sequence.AddActions(Parsed(R"({"Actions":[{}]})")), NoData);
-    EXPECT_EQ(sequence.AddActions(Parsed(R"({"Actions":{"a":1}})")), NoData);
-    EXPECT_EQ(sequence.AddEvent(Parsed(R"({"EventId":"old","a":1})")), 0U);
-    const WideString first = sequence.ToText(), id = first.substr(12, 38);
-    EXPECT_EQ(first, u"{\"EventId\":\"" + id + u"\",\"a\":1,\"EventSource\":\"s\"}");
-    EXPECT_TRUE(id.starts_with(u'{') && id.ends_with(u'}')) << ToUtf8(id);
-    EXPECT_EQ(sequence.AddEvent(CMessageObject(u"N")), 0U);
-    EXPECT_EQ(sequence.ToText(),
-              u"[" + first + u",{\"N\":{\"EventId\":\"" + id + u"\",\"EventSource\":\"s\"}}]");
+TEST_F(Dispatch, ALoadWithoutMemoryIsTriedAgain) {
+    auto fresh = std::make_unique<CDispatcherHelper>();
+    uint32_t result = 0;
+    int withoutMemory = 0;
+    const auto raise = [&] { result = fresh->RaiseEventText(u"{}", EventOrigin::Local); };
+    FailEachAllocation(raise, [&](bool) {
+        environment.eventgate.Take();
+        if (result == NotEnoughMemory) {
+            ++withoutMemory;
+            raise();
+            EXPECT_EQ(environment.eventgate.Take(), (Events{{"{}", true}}));
+        }
+        fresh = std::make_unique<CDispatcherHelper>();
+        EXPECT_EQ(environment.eventgate.uses, 0);
+    });
+    EXPECT_EQ(result, Success);
+    EXPECT_GT(withoutMemory, 1);
 }
 
-TEST_F(Dispatch, RetryIsFoundByTheEventApartFromItsStamps) {
-    WideString hash, other;
-    const auto plain = Parsed(R"({"Work":{"a":{"EventId":"kept"}}})");
-    EXPECT_EQ(
-        scheduler.GetEventHash(plain, hash) + scheduler.GetEventHash(Parsed(R"({"Work":{"a":{}}})"), other),
-        0U);
-    EXPECT_NE(hash, other);
-    const WideString task = u"Scheduler.Tasks.Retry Work " + hash;
-    environment.config.Set(task, u"no document");
-    EXPECT_EQ(scheduler.RemoveRetry(plain), 0U);
-    environment.config.Set(task, u"[]");
-    const auto stamped =
-        Parsed(R"({"EventId":"x","Work":{"EventSource":"s","a":{"EventId":"kept"},"EventId":"y"}})");
-    EXPECT_EQ(scheduler.RemoveRetry(stamped) + scheduler.ScheduleEvent(Parsed("{}"), 0, u"s"), 0U);
-    const std::string removal =
-        R"({"SchedulerTaskRemove":{"ScheduleId":"Retry Work )" + ToUtf8(hash) + "\"}}";
-    EXPECT_EQ(environment.eventgate.Take(), (Events{{removal, true}, {"{}", true}}));
+TEST(EventControl, EachModeExcludesInItsOwnWay) {
+    CEventControl nothing(ControlNothing), refuse(ControlRefuse), wait(ControlWait), unknown(3);
+    EXPECT_TRUE(nothing.Acquire() && nothing.Acquire());
+    nothing.Release();
+    EXPECT_FALSE(unknown.Acquire());
+
+    EXPECT_TRUE(refuse.Acquire());
+    EXPECT_FALSE(refuse.Acquire());
+    { const CAutoEventControl loser(refuse); }
+    EXPECT_FALSE(refuse.Acquire()) << "who didn't get it doesn't release it";
+    refuse.Release();
+    EXPECT_TRUE(refuse.Acquire());
+    refuse.Release();
+
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_TRUE(wait.Acquire());
+        auto second = std::async(std::launch::async, [&wait] {
+            CAutoEventControl control(wait);
+            return control.acquired = wait.Acquire();
+        });
+        EXPECT_EQ(second.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+        wait.Release();
+        EXPECT_TRUE(second.get());
+    }
 }
 
 }  // namespace

@@ -1,27 +1,31 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <iostream>
+#include <thread>
 
 #include "contracts/plugin.h"
 #include "foundation/json/message_object.h"
 #include "platform/error_codes.h"
 #include "platform/files.h"
 #include "platform/library.h"
-#include "support/test_environment.h"
+#include "support/failing_memory.h"
+#include "support/fake_wirelink.h"
 
 namespace orrery::test {
 namespace {
 
-struct Plugin : testing::Test {
+struct Plugin : WirelinkTest {
     Plugin() {
-        environment.Reset();
         const auto module = platform::OpenLibrary({}, platform::WidePath(MODULE_FILE));
         get = reinterpret_cast<GetIPluginFunction>(platform::FindExport(module, "GetIPlugin"));
         release = reinterpret_cast<FreeIPluginFunction>(platform::FindExport(module, "FreeIPlugin"));
     }
-    ~Plugin() override {
-        EXPECT_EQ(environment.tracebox.uses + environment.eventgate.uses, 0);
-        EXPECT_EQ(environment.config.Subscriptions(), 0U);
+    ~Plugin() override { ExpectNothingHeld(); }
+    void ExpectNothingHeld() const {
+        EXPECT_EQ(environment.tracebox.uses + environment.eventgate.uses + wire.held, 0);
+        EXPECT_EQ(config.Subscriptions(), 0U);
+        EXPECT_EQ(wire.observer, nullptr);
     }
 
     static IPluginInterface* Interface(IPluginV1* container) {
@@ -34,9 +38,8 @@ struct Plugin : testing::Test {
     }
     // The manager listens to four sections of the store exactly while it is started, the two clients of the
     // polled provider to one each as long as they live.
-    bool IsStarted() const { return environment.config.Subscriptions() > 2; }
+    bool IsStarted() const { return config.Subscriptions() > 2; }
 
-    TestEnvironment& environment = TestEnvironment::Get();
     GetIPluginFunction get = nullptr;
     FreeIPluginFunction release = nullptr;
 };
@@ -93,6 +96,117 @@ TEST_F(Plugin, SwitchEventsDriveTheManagerAndAlwaysSucceed) {
     release(container);
 }
 
+TEST_F(Plugin, ItsObjectActsOnWhatTheProcessHasNow) {
+    IPluginV1* container = get();
+    IPluginInterface* const plugin = Interface(container);
+    release(container);
+    EXPECT_EQ(plugin->Start(), 0U);
+    EXPECT_EQ(WideView(plugin->GetEventHandlerString()), u"");
+    EXPECT_EQ(Execute(plugin, u"RealtimeEnable"), InvalidParameter) << "nobody takes it";
+    plugin->Stop();
+    ExpectNothingHeld();
+
+    container = get();
+    EXPECT_EQ(plugin->Start(), 0U);
+    EXPECT_TRUE(IsStarted());
+    EXPECT_EQ(Execute(plugin, u"RealtimeDisable"), 0U);
+    EXPECT_FALSE(IsStarted());
+    EXPECT_EQ(plugin->Release(), 0U);
+    release(container);
+}
+
+TEST_F(Plugin, ARunningEventKeepsWhatItNeedsAfterTheLastFree) {
+    IPluginV1* const container = get();
+    IPluginInterface* const plugin = Interface(container);
+    wire.knobs.answers = {{.given = true, .status = 200}};
+    wire.knobs.onRequest = [&] {
+        plugin->Stop();
+        release(container);
+        EXPECT_NE(wire.observer, nullptr) << "the context";
+        EXPECT_EQ(environment.tracebox.uses, 1) << "the log service";
+        EXPECT_EQ(Execute(plugin, u"NotificationCheck"), InvalidParameter) << "no other event comes in";
+    };
+    EXPECT_EQ(Execute(plugin, u"NotificationCheck"), 0U);
+    EXPECT_EQ(environment.eventgate.Take().size(), 1U) << "what waits is told";
+    plugin->Release();
+}
+
+TEST_F(Plugin, EventsMeetTheLastFreeAtAnyMoment) {
+    IPluginV1* container = get();
+    IPluginInterface* const plugin = Interface(container);
+    std::vector<std::jthread> hostThreads;
+    for (const char16_t* event : {u"RealtimeEnable", u"RealtimeDisable", u"NotificationCheck"}) {
+        hostThreads.emplace_back([plugin, event](const std::stop_token& end) {
+            while (!end.stop_requested()) Execute(plugin, event);
+        });
+    }
+    for (int round = 0; round < 100; ++round) {
+        plugin->Start();
+        if (round % 2 == 0) plugin->Stop();
+        release(container);
+        container = get();
+    }
+    hostThreads.clear();
+    release(container);
+    plugin->Release();
+}
+
+TEST_F(Plugin, WithoutTransportItsEventsHaveNothingToDo) {
+    wire.knobs.isThere = false;
+    IPluginV1* const container = get();
+    ASSERT_NE(container, nullptr);
+    IPluginInterface* const plugin = Interface(container);
+    EXPECT_EQ(plugin->Start(), 0U);
+    for (const char16_t* event :
+         {u"DeviceBind", u"NotificationCheck", u"RealtimeClear", u"RealtimeEnable", u"RealtimeDisable"})
+        EXPECT_EQ(Execute(plugin, event), 0U) << ToUtf8(event);
+    EXPECT_TRUE(environment.eventgate.Take().empty());
+    EXPECT_TRUE(environment.tracebox.Take().empty());
+    plugin->Stop();
+    plugin->Release();
+    release(container);
+}
+
+// In a process of its own, as the module keeps the store that it once found.
+TEST_F(Plugin, WithoutSettingsStoreThereIsNone) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto tryToGet = [this] {
+        environment.Remove("Utils/Prefstore");
+        wire.knobs.isThere = false;
+        try {
+            get();
+        } catch (const std::invalid_argument& refusal) {
+            std::cerr << refusal.what();
+        }
+        std::exit(0);
+    };
+    EXPECT_EXIT(tryToGet(), testing::ExitedWithCode(0), "configUtil");
+}
+
+TEST_F(Plugin, WithoutMemoryNothingStays) {
+    IPluginV1* container = nullptr;
+    int withoutLog = 0;
+    FailEachAllocation([&] { container = get(); },
+                       [&](bool threw) {
+                           EXPECT_FALSE(threw && container);
+                           if (container) {
+                               withoutLog += environment.tracebox.uses == 0;
+                               release(std::exchange(container, nullptr));
+                           }
+                           ExpectNothingHeld();
+                       });
+    EXPECT_GT(withoutLog, 0) << "that is no reason to give up";
+    container = get();
+    const WideString guid = container->GetPluginGuid();
+    IPluginInterface* plugin = nullptr;
+    FailEachAllocation([&] { EXPECT_EQ(container->QueryInterface(guid, &plugin), 0U); },
+                       [&](bool threw) {
+                           EXPECT_FALSE(threw);
+                           if (plugin) plugin->Release();
+                       });
+    release(container);
+}
+
 TEST_F(Plugin, ComesAndGoesManyTimes) {
     for (int round = 0; round < 50; ++round) {
         IPluginV1* const container = get();
@@ -103,7 +217,7 @@ TEST_F(Plugin, ComesAndGoesManyTimes) {
         if (round % 2 == 0) plugin->Stop();  // a host may forget it
         plugin->Release();
         release(container);
-        EXPECT_EQ(environment.config.Subscriptions(), 0U);
+        ExpectNothingHeld();
     }
 }
 

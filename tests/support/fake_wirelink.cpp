@@ -77,7 +77,7 @@ struct Transport final : FakeWirelink, IWirelink, IConnection, IServiceClient, I
         Give(response)->size = transportResponseSize;
     }
     void FreeResponse(TransportResponse*) override { TakeBack(u"free reply"); }
-    void SetProxyObserver(IProxyUsedObserver*) override {}
+    void SetProxyObserver(IProxyUsedObserver* told) override { observer = told; }
     ITrustStore* CreateTrustStore() override { return knobs.makesOthers ? Give(this) : nullptr; }
     void DestroyTrustStore(ITrustStore*) override { TakeBack(u"destroy store"); }
 

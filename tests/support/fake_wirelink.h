@@ -45,6 +45,7 @@ struct FakeWirelink : CallLog {
     IWirelink& Transport();
 
     WirelinkKnobs knobs;
+    std::atomic<IProxyUsedObserver*> observer{nullptr};
     std::atomic<int> held{0};  // objects given out and not given back, and uses of the transport
 };
 
