@@ -8,31 +8,29 @@
 // chain's. readLock is held while settings are read; configLock is a leaf.
 #pragma once
 
+#include <atomic>
 #include <memory>
-#include <vector>
 
 #include "contracts/config_util.h"
 #include "contracts/tracebox.h"
 #include "contracts/wirelink.h"
 #include "foundation/libraries/wirelink_use.h"
-#include "manager/push_chain_factory.h"
+#include "manager/manager_thread.h"
+#include "manager/push_chain.h"
 #include "manager/realtime_config.h"
-#include "messaging/proxy_config.h"
 #include "platform/event.h"
 #include "platform/mutex.h"
 
 namespace orrery {
 
-class IDispatcherHelper;
-
 class CRealtimeManager final : public IConfigChangeObserver {
   public:
-    // A null `config` is replaced by the process's store; `chain` makes the members of the push chain. Throws
-    // std::invalid_argument: "configUtil" without a store, "wirelink" without the transport; std::bad_alloc
-    // if the system has no events left. `dispatcher` and `chain` outlive the manager. `stopTimeout`:
-    // milliseconds for which Stop waits.
+    // A null `config` is replaced by the process's store; `factory` makes the members of the push chain.
+    // Throws std::invalid_argument: "configUtil" without a store, "wirelink" without the transport;
+    // std::bad_alloc if the system has no events left. `dispatcher` and `factory` outlive the manager.
+    // `stopTimeout`: milliseconds for which Stop waits.
     CRealtimeManager(ITracebox* tracebox, ConfigUtil* config, IDispatcherHelper* dispatcher,
-                     IPushChainFactory& chain = RealPushChain(), uint64_t stopTimeout = 30'000);
+                     IPushChainFactory& factory = RealPushChain(), uint64_t stopTimeout = 30'000);
     ~CRealtimeManager() override;
     CRealtimeManager(const CRealtimeManager&) = delete;
     CRealtimeManager& operator=(const CRealtimeManager&) = delete;
@@ -49,69 +47,76 @@ class CRealtimeManager final : public IConfigChangeObserver {
     virtual bool IsPushConnected() EXCLUDES(pushLock);
 
   private:
-    class Worker;
-
     bool StartThread() REQUIRES(lifecycleLock);
     void StopThread(bool sendBind) REQUIRES(lifecycleLock);
     void Observe() REQUIRES(lifecycleLock);
     void StopObserving() REQUIRES(lifecycleLock);
     void StopLocked(bool silent) REQUIRES(lifecycleLock);
-    void Run(Worker& worker);
-    void OnEvent(Worker& worker, int index);
-    void OnPeriod(Worker& worker);
+    void Run(ManagerThread& self);
+    void OnEvent(ManagerThread& self, int index);
+    void OnPeriod(const ManagerThread& self);
 
-    void ConnectPushManager(Worker& worker, bool reset) EXCLUDES(pushLock);
-    void DisconnectPushManager(Worker& worker, bool sendBind) EXCLUDES(pushLock);
-    void CreatePushManager(const WideString& deviceId, const WideString& uri) REQUIRES(pushLock);
-    bool MakeChain(const WideString& deviceId, const WideString& uri) REQUIRES(pushLock);
+    // Who speaks, and what counts, changes on the manager thread alone.
+    void TakeTheFloor(const ManagerThread& self) EXCLUDES(pushLock);
+    void NoteSwitch() EXCLUDES(pushLock);
+    void SayLastWord(const ManagerThread& self) EXCLUDES(pushLock);
+    // Between Stop and the last word a thread says nothing.
+    bool IsSilenced() const REQUIRES(pushLock);
+
+    // From nothing, with an attempt at once.
+    void ConnectPushManager() EXCLUDES(pushLock);
+    void DisconnectPushManager() EXCLUDES(pushLock);
+    void CreatePushManager() REQUIRES(pushLock);
     void DestroyPushManager() REQUIRES(pushLock);
-    bool StartPushManager() REQUIRES(pushLock);
-    void StopPushManager() REQUIRES(pushLock);
-    bool CheckPushManagerLocked() REQUIRES(pushLock);
+    void StartPushManager() REQUIRES(pushLock);
     bool Attempt() REQUIRES(pushLock);
     void StartConnectionWatcher() REQUIRES(pushLock);
     void StopConnectionWatcher() REQUIRES(pushLock);
     void OnConnectionChange(NotificationType type);
 
-    bool SendDeviceBind(bool force);
-    bool SendConnectivityTest(bool checkCommands) REQUIRES(pushLock);
     void OnPushConnected() REQUIRES(pushLock);
-    bool Schedule(const char16_t* event);
+    void SendAllowedDeviceBind() REQUIRES(pushLock);
+    void SendDeviceBind();
+    // Nobody could do anything about a failure.
+    void Schedule(const char16_t* event);
     uint32_t EvaluateInterval(const WideString& interval);
 
-    void GetConfig() EXCLUDES(readLock, configLock);
+    // Both are true if that changed `enabled`. GetConfig says each time that it is off.
+    bool ReadConfig() EXCLUDES(readLock, configLock);
+    bool GetConfig() EXCLUDES(readLock, configLock);
+    // Nobody told of what changed while the manager was stopped. It says so only if that is news.
+    void CatchUp() EXCLUDES(readLock, configLock);
+    void LogIfDisabled() EXCLUDES(configLock);
     void SignalEnabled() EXCLUDES(configLock);
     RealtimeConfig Config() EXCLUDES(configLock);
     bool IsEnabled() EXCLUDES(configLock);
 
     bool started GUARDED_BY(lifecycleLock) = false;
     bool observing GUARDED_BY(lifecycleLock) = false;
-    std::unique_ptr<Worker> thread GUARDED_BY(lifecycleLock);
-    // Threads that outlived their Stop; each ends by itself and is waited for before this object goes.
-    std::vector<std::unique_ptr<Worker>> outlived GUARDED_BY(lifecycleLock);
+    std::shared_ptr<ManagerThread> thread GUARDED_BY(lifecycleLock);
+    // Outlived its Stop: the next one waits for it, else the destructor.
+    std::shared_ptr<ManagerThread> late GUARDED_BY(lifecycleLock);
     platform::Event enableEvent;
     platform::Event disableEvent;
     platform::Event reconnectEvent;
-    Mutex pushLock;       // the push chain and the retry state
-    Mutex lifecycleLock;  // Start and Stop
-    std::unique_ptr<IPushChannel> channel GUARDED_BY(pushLock);
-    std::unique_ptr<IPushService> service GUARDED_BY(pushLock);
-    std::unique_ptr<IPushManager> pushManager GUARDED_BY(pushLock);
-    // Whose chain stands: a thread that outlived its Stop leaves its successor's alone.
-    const Worker* chainOwner GUARDED_BY(pushLock) = nullptr;
+    Mutex pushLock;                                         // the push chain and the retry state
+    Mutex lifecycleLock;                                    // Start and Stop
+    std::unique_ptr<PushChain> chain GUARDED_BY(pushLock);  // whole, or null
+    const ManagerThread* speaker GUARDED_BY(pushLock) = nullptr;
     std::unique_ptr<IConnectionWatcher> watcher GUARDED_BY(pushLock);
     ConfigUtil* const config;
     const CWirelinkUse transport;
     IWirelink* const wirelink;
-    std::unique_ptr<CProxyConfig> proxyConfig GUARDED_BY(pushLock);
     ITracebox* const tracebox;
     Mutex readLock;  // one reading of the settings at a time, so that the last one read is the one kept
     Mutex configLock;
     RealtimeConfig realtimeConfig GUARDED_BY(configLock);
-    RetryPolicy retry;
+    RetryPolicy retry GUARDED_BY(pushLock);
     bool watcherStarted GUARDED_BY(pushLock) = false;
+    std::atomic<int32_t> forcedAttempts{0};  // attempts owed at once
+    std::atomic<bool> switched{false};       // `enabled` changed, and the thread doesn't know yet
     IDispatcherHelper* const dispatcher;
-    IPushChainFactory& chain;
+    IPushChainFactory& factory;
     const uint64_t stopTimeout;
 };
 

@@ -6,7 +6,9 @@
 #include <future>
 
 #include "events/dispatcher_helper.h"
+#include "platform/os_version.h"
 #include "support/fake_server.h"
+#include "support/scarcity.h"
 #include "support/test_clock.h"
 #include "support/test_environment.h"
 
@@ -22,6 +24,22 @@ constexpr char connectivityEvent[] = R"({"ConnectivityTest":{}})";
 constexpr char commandsEvent[] = R"({"CheckCommands":{}})";
 constexpr char16_t enabledKey[] = u"Realtime.Notifications.Enabled";
 constexpr char16_t hostKey[] = u"Communications.Method_CommandHub.Hostname";
+
+// The server of 2003: older than what the channel runs on.
+class OldSystem final : public platform::OsVersion {
+  public:
+    OldSystem() { platform::SetOsVersion(this); }
+    ~OldSystem() override { platform::SetOsVersion(nullptr); }
+    bool VerifyVersion(const platform::VersionTest& test) override {
+        return test.major.value == 5 && test.minor.value == 2;
+    }
+    uint16_t NativeArchitecture() override { return platform::Amd64; }
+    bool NativeMachine(uint16_t&) override { return false; }
+    bool Metric(int32_t) override { return false; }
+    bool ProductInfo(uint32_t, uint32_t, uint32_t, uint32_t&) override { return false; }
+    bool RegistryText(const WideString&, const WideString&, WideString&) override { return false; }
+    bool RegistryNumber(const WideString&, const WideString&, uint32_t&) override { return false; }
+};
 
 // The clock stands: a wait is over when a test says so. Checks come from the test, as the period of the
 // manager's thread is a day, unless the test shortens it.
@@ -74,6 +92,7 @@ class RealtimeManagerTest : public testing::Test {
         return server.attempts;
     }
 
+    int attempts = 0;
     TestClock clock;
     TestEnvironment& environment = TestEnvironment::Get();
     FakeConfigUtil& config = environment.config;
@@ -224,6 +243,75 @@ TEST_F(RealtimeManagerTest, AThreadThatOutlivesItsStopIsSilentAndLeavesTheNextAl
     const auto release = std::async(std::launch::async, [this] { server.blocked = false; });
     manager.reset();
     EXPECT_THAT(Events(), ElementsAre(bindEvent)) << "the channel is gone, whatever the attempt brought";
+}
+
+TEST_F(RealtimeManagerTest, AConnectionThatOvertakesTheEndIsFollowedByItsBind) {
+    using End = std::function<void()>;
+    const auto connectDuring = [&](const End& end) {
+        server.blocked = true;
+        ASSERT_TRUE(manager->Start());
+        ASSERT_TRUE(WaitForAttempt(++attempts));
+        end();
+        EXPECT_THAT(Events(3), ElementsAre(bindEvent, connectivityEvent, bindEvent));
+    };
+    connectDuring([this] {
+        config.onUnsubscribe = [this] {
+            server.blocked = false;
+            manager->IsPushConnected();  // waits for the end of the attempt
+        };
+        manager->Stop(false);
+        config.onUnsubscribe = nullptr;
+    });
+    connectDuring([this] {
+        config.WriteValue(enabledKey, u"0", 0);
+        server.blocked = false;
+    });
+}
+
+TEST_F(RealtimeManagerTest, WithoutDescriptorsOrThreadsItTellsAndStartsLater) {
+    dispatcher.RaiseEventText(u"{}", false);
+    Events(1);
+    const auto refused = [this](const char* line) {
+        EXPECT_FALSE(manager->Start());
+        EXPECT_THAT(environment.tracebox.Take(), ElementsAre(line));
+        EXPECT_THAT(Events(), ElementsAre(bindEvent));
+    };
+    {
+        const NoDescriptors none;
+        refused("30 Error 8: Creating realtime thread");
+    }
+    {
+        const NoThreads none;
+        refused("30 Error 11: Creating realtime thread");
+    }
+    StartAndSettle();
+    EXPECT_TRUE(manager->IsPushConnected());
+}
+
+TEST_F(RealtimeManagerTest, WhatChangesBetweenStopAndStartCountsAndIsSaidOnce) {
+    const std::string disabled = "20 Realtime notifications are disabled";
+    config.Set(enabledKey, u"0");
+    Make();
+    ASSERT_TRUE(manager->Start());
+    EXPECT_THAT(environment.tracebox.Take(), ElementsAre(disabled));
+    manager->Stop(true);
+    config.Set(enabledKey, u"1");
+    ASSERT_TRUE(manager->Start());
+    manager->Stop(true);
+    config.Set(enabledKey, u"0");
+    ASSERT_TRUE(manager->Start());
+    EXPECT_THAT(environment.tracebox.Take(), ElementsAre(disabled));
+    manager->Stop(true);
+
+    OldSystem old;
+    config.Set(u"Realtime.Notifications.CheckOS", u"0");
+    EXPECT_TRUE(manager->Start());
+    manager->Stop(true);
+    Events();
+    config.Set(u"Realtime.Notifications.CheckOS", u"1");
+    EXPECT_FALSE(manager->Start());
+    EXPECT_THAT(Events(), ElementsAre(bindEvent));
+    EXPECT_EQ(config.Subscriptions(), 0U);
 }
 
 TEST(RealtimeConfigTest, WhatIsNoNumberCountsAsNotThere) {
