@@ -1,5 +1,6 @@
 #include "manager/manager_thread.h"
 
+#include <limits>
 #include <utility>
 
 namespace orrery {
@@ -22,7 +23,8 @@ bool ManagerThread::WaitForEnd(uint64_t milliseconds) {
 }
 
 void ManagerThread::Run(const Body& body) {
-    predecessor.reset();  // waits
+    if (predecessor) predecessor->WaitForEnd(std::numeric_limits<uint64_t>::max());
+    predecessor.reset();
     body(*this);
     ended.Set();
 }

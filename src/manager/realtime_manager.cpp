@@ -6,13 +6,9 @@
 #include <system_error>
 #include <utility>
 
-#include "events/dispatcher_helper.h"
-#include "events/event_scheduler.h"
 #include "foundation/settings/config_helper.h"
-#include "foundation/settings/registration.h"
 #include "foundation/system/operating_system.h"
 #include "foundation/trace.h"
-#include "platform/clock.h"
 #include "platform/error_codes.h"
 #include "platform/text.h"
 
@@ -44,45 +40,44 @@ bool ShapesTheManager(WideView section, WideView group) {
            (EqualNoCase(group, u"Notifications") || EqualNoCase(group, u"Manager"));
 }
 
+IWirelink* ObjectOrThrow(const CWirelinkUse& transport) {
+    if (!transport.Get()) throw std::invalid_argument("wirelink");
+    return transport.Get();
+}
+
 }  // namespace
 
 CRealtimeManager::CRealtimeManager(ITracebox* tracebox, ConfigUtil* store, IDispatcherHelper* dispatcher,
                                    IPushChainFactory& factory, uint64_t stopTimeout)
     : config(ConfigUtilOrThrow(store, "configUtil")),
-      wirelink(transport.Get()),
+      wirelink(ObjectOrThrow(transport)),
       tracebox(tracebox),
-      retry([this](const WideString& interval) { return EvaluateInterval(interval); }, forcedAttempts),
-      dispatcher(dispatcher),
-      factory(factory),
+      settings(*config),
+      keeper({factory, config, wirelink, dispatcher}, settings),
       stopTimeout(stopTimeout) {
-    if (!wirelink) throw std::invalid_argument("wirelink");
-    watcher = factory.MakeWatcher();
     GetConfig();
 }
 
 CRealtimeManager::~CRealtimeManager() {
-    {
-        MutexLock hold(lifecycleLock);
-        StopLocked(true);
-        StopObserving();  // a start that failed observes as well
-        late.reset();     // waits
-    }
-    watcher.reset();
+    MutexLock hold(lifecycleLock);
+    StopLocked(true);
+    StopObserving();  // a start that failed observes as well
+    late.reset();     // waits
 }
 
 bool CRealtimeManager::Start() {
     MutexLock hold(lifecycleLock);
     if (started) return true;
     CatchUp();
-    if (Config().checkOs && COperatingSystem().family() <= oldestFamily) {
+    if (settings.Get().checkOs && COperatingSystem().family() <= oldestFamily) {
         Trace::Error("the operating system is too old for the channel");
-        SendDeviceBind();
+        keeper.SendDeviceBind();
         return false;
     }
     Observe();
     CatchUp();
     started = StartThread();
-    if (!started) SendDeviceBind();
+    if (!started) keeper.SendDeviceBind();
     return started;
 }
 
@@ -135,13 +130,13 @@ void CRealtimeManager::StopThread(bool sendBind) {
 }
 
 void CRealtimeManager::Run(ManagerThread& self) {
-    TakeTheFloor(self);
+    keeper.TakeTheFloor(self);
     SignalEnabled();  // not earlier: a predecessor may have reset what was signalled
     const std::array<platform::Event*, 4> events{&self.stopEvent, &enableEvent, &disableEvent,
                                                  &reconnectEvent};
     for (;;) {
-        const int index =
-            platform::WaitForAny(events, uint64_t{Config().checkInterval} * millisecondsPerSecond);
+        const uint64_t period = settings.Get().checkInterval * millisecondsPerSecond;
+        const int index = platform::WaitForAny(events, period);
         if (index == StopIndex) break;
         if (index == platform::WaitTimeout) {
             OnPeriod(self);
@@ -149,7 +144,7 @@ void CRealtimeManager::Run(ManagerThread& self) {
             OnEvent(self, index);
         }
     }
-    SayLastWord(self);
+    keeper.SayLastWord(self);
 }
 
 // An event is reset before its work is done: what is signalled meanwhile, such as a setting that changes
@@ -159,16 +154,16 @@ void CRealtimeManager::OnEvent(ManagerThread& self, int index) {
         case EnableIndex:
             enableEvent.Reset();
             NoteSwitch();
-            if (!std::exchange(self.active, true)) ConnectPushManager();
+            if (!std::exchange(self.active, true)) keeper.ConnectPushManager();
             break;
         case DisableIndex:
             disableEvent.Reset();
             NoteSwitch();
-            if (std::exchange(self.active, false)) DisconnectPushManager();
+            if (std::exchange(self.active, false)) keeper.DisconnectPushManager();
             break;
         case ReconnectIndex:
             reconnectEvent.Reset();
-            if (self.active) ConnectPushManager();
+            if (self.active) keeper.ConnectPushManager();
             break;
         default:
             Trace::Error("waiting failed", index);
@@ -177,191 +172,42 @@ void CRealtimeManager::OnEvent(ManagerThread& self, int index) {
 }
 
 void CRealtimeManager::OnPeriod(const ManagerThread& self) {
-    if (!self.active || CheckPushManager()) return;
-    MutexLock hold(pushLock);
-    CreatePushManager();
+    if (self.active && !CheckPushManager()) keeper.CreatePushManager();
 }
 
-void CRealtimeManager::TakeTheFloor(const ManagerThread& self) {
-    MutexLock hold(pushLock);
-    speaker = &self;
-}
-
-// That the switch was turned counts now and not when it was turned: a connection that came to stand meanwhile
-// was one of before.
+// The signal may be for more than one turn of the switch, or for none, as at the thread's start.
 void CRealtimeManager::NoteSwitch() {
-    MutexLock hold(pushLock);
-    if (switched.exchange(false)) retry.bindPending = true;
-}
-
-// A stop counts here for the same reason. What went before it is over: no connection comes to stand any more
-// that could take the bind event for its own.
-void CRealtimeManager::SayLastWord(const ManagerThread& self) {
-    MutexLock hold(pushLock);
-    DestroyPushManager();
-    speaker = nullptr;
-    retry.bindPending = self.BindOnStop();
-    if (retry.bindPending) SendAllowedDeviceBind();
-}
-
-void CRealtimeManager::ConnectPushManager() {
-    MutexLock hold(pushLock);
-    DestroyPushManager();
-    retry.Clear();
-    CreatePushManager();
-}
-
-void CRealtimeManager::DisconnectPushManager() {
-    MutexLock hold(pushLock);
-    DestroyPushManager();
-    SendAllowedDeviceBind();
-}
-
-void CRealtimeManager::CreatePushManager() {
-    WideString deviceId;
-    GetRegisteredDeviceId(deviceId);
-    const WideString uri = ReadCommandHubUri(*config);
-    if (deviceId.empty() || uri.empty()) return;
-    // Called inside Start of the chain, with pushLock held by whoever makes the attempt.
-    const auto onConnect = [this]() NO_THREAD_SAFETY_ANALYSIS { OnPushConnected(); };
-    const PushChainNeeds needs{factory, config, wirelink, dispatcher};
-    auto made = std::make_unique<PushChain>(needs, deviceId, uri, onConnect);
-    if (made->IsWhole()) {
-        chain = std::move(made);
-        StartPushManager();
-    } else if (made->HasChannel()) {
-        made.reset();
-        SendAllowedDeviceBind();
-    }
-}
-
-void CRealtimeManager::DestroyPushManager() {
-    if (!chain) return;
-    StopConnectionWatcher();
-    retry.ForgetForced();
-    if (chain->IsConnected()) retry.Clear();
-    chain.reset();
+    if (switched.exchange(false)) keeper.NoteSwitch();
 }
 
 bool CRealtimeManager::CheckPushManager() {
-    MutexLock hold(pushLock);
-    if (!chain) return false;
-    const int64_t now = platform::SystemTicks();
-    const RetrySettings settings = Config().retry;
-    if (chain->IsConnected()) {
-        retry.NoteUp(now, settings);
-        return true;
-    }
-    if (retry.NoteDown(now, settings)) SendAllowedDeviceBind();
-    StartPushManager();
-    return true;
-}
-
-void CRealtimeManager::StartPushManager() {
-    if (chain->IsConnected()) return;
-    if (retry.ShouldAttempt(platform::SystemTicks(), Config().retry) && Attempt()) return;
-    StartConnectionWatcher();
-}
-
-bool CRealtimeManager::Attempt() {
-    if (chain->Start()) {
-        StopConnectionWatcher();
-        retry.NoteConnected(platform::SystemTicks());
-        return true;
-    }
-    Trace::Error("the channel can't be connected");
-    if (retry.NoteFailed(platform::SystemTicks(), Config().retry)) SendAllowedDeviceBind();
-    return false;
-}
-
-void CRealtimeManager::StartConnectionWatcher() {
-    if (watcherStarted || !watcher) return;
-    watcherStarted = watcher->Start([this](NotificationType type) { OnConnectionChange(type); });
-}
-
-void CRealtimeManager::StopConnectionWatcher() {
-    if (watcher) watcher->Stop();
-    watcherStarted = false;
-}
-
-void CRealtimeManager::OnConnectionChange(NotificationType type) {
-    if (type == AddInstance) ++forcedAttempts;
+    return keeper.CheckPushManager();
 }
 
 bool CRealtimeManager::IsPushConnected() {
-    MutexLock hold(pushLock);
-    return chain && chain->IsConnected();
-}
-
-void CRealtimeManager::Schedule(const char16_t* event) {
-    CEventScheduler(*dispatcher).Schedule(event, false);
-}
-
-void CRealtimeManager::SendDeviceBind() {
-    Schedule(u"{\"DeviceBind\":{}}");
-}
-
-void CRealtimeManager::SendAllowedDeviceBind() {
-    if (!IsSilenced() && retry.BindAllowed(Config().retry)) SendDeviceBind();
-}
-
-bool CRealtimeManager::IsSilenced() const {
-    return speaker && speaker->IsStopped();
-}
-
-void CRealtimeManager::OnPushConnected() {
-    if (IsSilenced()) return;
-    const bool checkCommands = !std::exchange(retry.bindPending, false);
-    SendDeviceBind();
-    Schedule(u"{\"ConnectivityTest\":{}}");
-    if (checkCommands && retry.LossNoted()) Schedule(u"{\"CheckCommands\":{}}");
-}
-
-uint32_t CRealtimeManager::EvaluateInterval(const WideString& interval) {
-    uint32_t seconds = 0;
-    config->EvaluateInterval(interval, seconds);
-    return seconds;
-}
-
-bool CRealtimeManager::ReadConfig() {
-    MutexLock reading(readLock);
-    RealtimeConfig fresh = Config();
-    const bool before = fresh.enabled;
-    fresh.Read(*config);
-    MutexLock hold(configLock);
-    realtimeConfig = fresh;
-    return fresh.enabled != before;
+    return keeper.IsPushConnected();
 }
 
 bool CRealtimeManager::GetConfig() {
-    const bool changed = ReadConfig();
+    const bool changed = settings.Refresh();
     LogIfDisabled();
     return changed;
 }
 
 void CRealtimeManager::CatchUp() {
-    if (ReadConfig()) LogIfDisabled();
+    if (settings.Refresh()) LogIfDisabled();
 }
 
 void CRealtimeManager::LogIfDisabled() {
-    if (!IsEnabled()) LogTo(tracebox, LogWarning, "Realtime notifications are disabled");
+    if (!settings.Get().enabled) LogTo(tracebox, LogWarning, "Realtime notifications are disabled");
 }
 
-RealtimeConfig CRealtimeManager::Config() {
-    MutexLock hold(configLock);
-    return realtimeConfig;
-}
-
-bool CRealtimeManager::IsEnabled() {
-    MutexLock hold(configLock);
-    return realtimeConfig.enabled;
-}
-
-// Under the lock, so that the two events never contradict the value, whoever signals last.
+// The value is read under the lock, so that the two events never contradict it, whoever signals last.
 void CRealtimeManager::SignalEnabled() {
-    MutexLock hold(configLock);
-    (realtimeConfig.enabled ? disableEvent : enableEvent).Reset();
-    (realtimeConfig.enabled ? enableEvent : disableEvent).Set();
+    MutexLock hold(signalLock);
+    const bool enabled = settings.Get().enabled;
+    (enabled ? disableEvent : enableEvent).Reset();
+    (enabled ? enableEvent : disableEvent).Set();
 }
 
 void CRealtimeManager::OnConfigChange(const char16_t* section, const char16_t* group, const char16_t* name,
@@ -373,7 +219,7 @@ void CRealtimeManager::OnConfigChange(const char16_t* section, const char16_t* g
         return;
     }
     if (!ShapesTheChain(section, group, name)) return;
-    if (IsEnabled() && WideView(value1) != WideView(value2)) reconnectEvent.Set();
+    if (settings.Get().enabled && WideView(value1) != WideView(value2)) reconnectEvent.Set();
 }
 
 }  // namespace orrery

@@ -1,11 +1,9 @@
 // Owns the real-time channel of the device. Its thread is the main loop of the module: it reacts to four
-// events, and at every period checks the channel and lets RetryPolicy decide whether to reconnect now or to
-// wait. It sends nothing to the server itself; what it says to the rest of the system it says as local
-// events.
+// events, and at every period has the channel looked at. What becomes of the channel is ChannelKeeper's; this
+// class starts and stops the thread and hears of changes of the settings. It sends nothing to the server.
 //
 // Threads: the manager thread; hosts' threads through Start, Stop and IsPushConnected; the store's through
-// OnConfigChange; the interface watcher's, which only counts. Lock order: lifecycleLock, pushLock, then the
-// chain's. readLock is held while settings are read; configLock is a leaf.
+// OnConfigChange. Lock order: lifecycleLock, then the keeper's; signalLock, then the settings'.
 #pragma once
 
 #include <atomic>
@@ -15,9 +13,9 @@
 #include "contracts/tracebox.h"
 #include "contracts/wirelink.h"
 #include "foundation/libraries/wirelink_use.h"
+#include "manager/channel_keeper.h"
+#include "manager/current_config.h"
 #include "manager/manager_thread.h"
-#include "manager/push_chain.h"
-#include "manager/realtime_config.h"
 #include "platform/event.h"
 #include "platform/mutex.h"
 
@@ -37,14 +35,16 @@ class CRealtimeManager final : public IConfigChangeObserver {
 
     void OnConfigChange(const char16_t* section, const char16_t* group, const char16_t* name,
                         const char16_t* value1, const char16_t* value2) override;
+    // False, and the bind event is raised, if the operating system is too old or there is no thread to be
+    // had.
     virtual bool Start() EXCLUDES(lifecycleLock);
     // `silent`: no bind event follows. Waits for the thread for at most `stopTimeout`; one that takes longer
     // ends by itself.
     virtual void Stop(bool silent) EXCLUDES(lifecycleLock);
     // False only without a push manager.
-    virtual bool CheckPushManager() EXCLUDES(pushLock);
+    virtual bool CheckPushManager();
     // Waits while a connection attempt is running.
-    virtual bool IsPushConnected() EXCLUDES(pushLock);
+    virtual bool IsPushConnected();
 
   private:
     bool StartThread() REQUIRES(lifecycleLock);
@@ -52,44 +52,18 @@ class CRealtimeManager final : public IConfigChangeObserver {
     void Observe() REQUIRES(lifecycleLock);
     void StopObserving() REQUIRES(lifecycleLock);
     void StopLocked(bool silent) REQUIRES(lifecycleLock);
+
     void Run(ManagerThread& self);
     void OnEvent(ManagerThread& self, int index);
     void OnPeriod(const ManagerThread& self);
+    void NoteSwitch();
 
-    // Who speaks, and what counts, changes on the manager thread alone.
-    void TakeTheFloor(const ManagerThread& self) EXCLUDES(pushLock);
-    void NoteSwitch() EXCLUDES(pushLock);
-    void SayLastWord(const ManagerThread& self) EXCLUDES(pushLock);
-    // Between Stop and the last word a thread says nothing.
-    bool IsSilenced() const REQUIRES(pushLock);
-
-    // From nothing, with an attempt at once.
-    void ConnectPushManager() EXCLUDES(pushLock);
-    void DisconnectPushManager() EXCLUDES(pushLock);
-    void CreatePushManager() REQUIRES(pushLock);
-    void DestroyPushManager() REQUIRES(pushLock);
-    void StartPushManager() REQUIRES(pushLock);
-    bool Attempt() REQUIRES(pushLock);
-    void StartConnectionWatcher() REQUIRES(pushLock);
-    void StopConnectionWatcher() REQUIRES(pushLock);
-    void OnConnectionChange(NotificationType type);
-
-    void OnPushConnected() REQUIRES(pushLock);
-    void SendAllowedDeviceBind() REQUIRES(pushLock);
-    void SendDeviceBind();
-    // Nobody could do anything about a failure.
-    void Schedule(const char16_t* event);
-    uint32_t EvaluateInterval(const WideString& interval);
-
-    // Both are true if that changed `enabled`. GetConfig says each time that it is off.
-    bool ReadConfig() EXCLUDES(readLock, configLock);
-    bool GetConfig() EXCLUDES(readLock, configLock);
-    // Nobody told of what changed while the manager was stopped. It says so only if that is news.
-    void CatchUp() EXCLUDES(readLock, configLock);
-    void LogIfDisabled() EXCLUDES(configLock);
-    void SignalEnabled() EXCLUDES(configLock);
-    RealtimeConfig Config() EXCLUDES(configLock);
-    bool IsEnabled() EXCLUDES(configLock);
+    // Reads the settings, and says each time that they keep the channel off. True if that has changed.
+    bool GetConfig();
+    // The same for what nobody told of while the manager was stopped; it says only what is new.
+    void CatchUp();
+    void LogIfDisabled();
+    void SignalEnabled() EXCLUDES(signalLock);
 
     bool started GUARDED_BY(lifecycleLock) = false;
     bool observing GUARDED_BY(lifecycleLock) = false;
@@ -99,24 +73,15 @@ class CRealtimeManager final : public IConfigChangeObserver {
     platform::Event enableEvent;
     platform::Event disableEvent;
     platform::Event reconnectEvent;
-    Mutex pushLock;                                         // the push chain and the retry state
-    Mutex lifecycleLock;                                    // Start and Stop
-    std::unique_ptr<PushChain> chain GUARDED_BY(pushLock);  // whole, or null
-    const ManagerThread* speaker GUARDED_BY(pushLock) = nullptr;
-    std::unique_ptr<IConnectionWatcher> watcher GUARDED_BY(pushLock);
+    Mutex lifecycleLock;  // Start and Stop
     ConfigUtil* const config;
     const CWirelinkUse transport;
     IWirelink* const wirelink;
     ITracebox* const tracebox;
-    Mutex readLock;  // one reading of the settings at a time, so that the last one read is the one kept
-    Mutex configLock;
-    RealtimeConfig realtimeConfig GUARDED_BY(configLock);
-    RetryPolicy retry GUARDED_BY(pushLock);
-    bool watcherStarted GUARDED_BY(pushLock) = false;
-    std::atomic<int32_t> forcedAttempts{0};  // attempts owed at once
-    std::atomic<bool> switched{false};       // `enabled` changed, and the thread doesn't know yet
-    IDispatcherHelper* const dispatcher;
-    IPushChainFactory& factory;
+    CurrentConfig settings;
+    ChannelKeeper keeper;
+    Mutex signalLock;                   // enableEvent against disableEvent
+    std::atomic<bool> switched{false};  // `enabled` changed, and the thread doesn't know yet
     const uint64_t stopTimeout;
 };
 
