@@ -314,21 +314,63 @@ TEST_F(RealtimeManagerTest, WhatChangesBetweenStopAndStartCountsAndIsSaidOnce) {
     EXPECT_EQ(config.Subscriptions(), 0U);
 }
 
-TEST(RealtimeConfigTest, WhatIsNoNumberCountsAsNotThere) {
-    FakeConfigUtil store;
-    const auto read = [&store](const char16_t* interval, const char16_t* retries, const char16_t* behaviour) {
-        store.Set(u"Realtime.Manager.CheckInterval", interval);
-        store.Set(u"Realtime.Manager.MaxConnectionRetries", retries);
-        store.Set(u"Realtime.Manager.BehaviourOnLostConnection", behaviour);
-        RealtimeConfig config;
-        config.retry.behaviourOnLostConnection = 1;
-        config.Read(store);
-        return std::vector<uint32_t>{config.checkInterval, config.retry.maxConnectionRetries,
-                                     config.retry.behaviourOnLostConnection};
+TEST_F(RealtimeManagerTest, AnAttemptThatFailsAfterAStopSaysNothing) {
+    config.Set(u"Realtime.Manager.BehaviourOnLostConnection", u"1");
+    config.Set(u"Realtime.Manager.MaxConnectionRetries", u"1");
+    Make(0);
+    server.accepts = false;
+    server.blocked = true;
+    ASSERT_TRUE(manager->Start());
+    ASSERT_TRUE(WaitForAttempt(1));
+    manager->Stop(true);
+    server.blocked = false;
+    manager.reset();
+    EXPECT_THAT(Events(), IsEmpty());
+}
+
+TEST_F(RealtimeManagerTest, TellsThatRetriesAreUsedUpAsItsBehaviourSays) {
+    struct {
+        const char* name;
+        const char16_t* behaviour;
+        bool connects;  // and loses the connection at once
+        std::vector<std::string> expected;
+    } const cases[] = {
+        {"never connected", u"0", false, {bindEvent}},
+        {"lost and told before", u"0", true, {bindEvent, connectivityEvent}},
+        {"each loss is to be told", u"1", true, {bindEvent, connectivityEvent, bindEvent}},
     };
-    EXPECT_THAT(read(u" +7s", u"0", u"0"), ElementsAre(7, 0, 0));
-    EXPECT_THAT(read(u"0", u"many", u"x"), ElementsAre(1, 2, 1)) << "the behaviour stays as it was";
-    EXPECT_THAT(read(u"", u"4294967296", u"5"), ElementsAre(15, 2, 0));
+    config.Set(u"Realtime.Manager.MaxConnectionRetries", u"1");
+    for (const auto& [name, behaviour, connects, expected] : cases) {
+        SCOPED_TRACE(name);
+        config.Set(u"Realtime.Manager.BehaviourOnLostConnection", behaviour);
+        server.accepts = connects;
+        server.attempts = 0;
+        Make();
+        StartAndSettle();
+        server.Lose();
+        EXPECT_EQ(CheckAfter(5), 1);
+        EXPECT_EQ(Events(), expected);
+    }
+}
+
+TEST_F(RealtimeManagerTest, TriesAgainWhereTheServerTakesNoFrame) {
+    server.takes = false;
+    StartAndSettle();
+    EXPECT_FALSE(manager->IsPushConnected());
+    EXPECT_EQ(CheckAfter(99), 1);
+    EXPECT_EQ(CheckAfter(1), 2);
+}
+
+TEST_F(RealtimeManagerTest, LooksAtTheChannelOncePerPeriod) {
+    config.Set(u"Realtime.Manager.CheckInterval", u"10");
+    Make();
+    StartAndSettle();
+    const int polls = server.polls;
+    EXPECT_TRUE(clock.AdvanceWaiter(9));
+    EXPECT_TRUE(clock.AdvanceWaiter(0)) << "it has looked at the clock";
+    EXPECT_EQ(server.polls, polls);
+    EXPECT_TRUE(clock.AdvanceWaiter(1));
+    EXPECT_TRUE(Eventually([&] { return server.polls > polls; }));
 }
 
 }  // namespace
