@@ -1,10 +1,13 @@
 #include "channel/command_hub_client.h"
 
 #include <chrono>
+#include <limits>
 #include <stdexcept>
+#include <system_error>
 
 #include "foundation/text/numbers.h"
 #include "foundation/trace.h"
+#include "platform/clock.h"
 
 namespace orrery {
 
@@ -16,8 +19,9 @@ int64_t ReadKeepAliveInterval(ConfigUtil* config) {
     WideString value;
     if (!config || config->ReadValue(u"Realtime.CommandHub.KeepAliveInterval", value, 0) != 0)
         return defaultKeepAlive;
-    const int32_t seconds = LeadingInt32(value);
-    return seconds > 0 ? seconds : defaultKeepAlive;
+    const int64_t seconds = LeadingSigned(value).value_or(0);
+    const bool fits = seconds > 0 && seconds <= std::numeric_limits<int32_t>::max();
+    return fits ? seconds : defaultKeepAlive;
 }
 
 }  // namespace
@@ -66,8 +70,9 @@ bool CommandHubClient::ConnectLocked() {
     channel->SetMessageHandler(PushChannelMessageHandler{selfCell});
     channel->SetCloseHandler(PushChannelCloseHandler{selfCell});
     if (!channel->Connect()) return false;
-    if (!Register()) return false;
-    StartKeepAliveThread();
+    // A channel that stays up without a conversation would look connected, and nobody would try again.
+    if (!Register()) return channel->Close(), false;
+    if (!StartKeepAliveThread()) return CleanUpLocked(), false;
     return true;
 }
 
@@ -221,13 +226,18 @@ void CommandHubClient::OnClose() {
     closeHandler.Call();
 }
 
-void CommandHubClient::StartKeepAliveThread() {
-    if (keepAliveThread) return;
+bool CommandHubClient::StartKeepAliveThread() {
+    if (keepAliveThread) return true;
     {
         MutexLock hold(keepAliveLock);
         stopKeepAlive = false;
     }
-    keepAliveThread = std::make_unique<std::thread>([this] { KeepAliveThread(); });
+    try {
+        keepAliveThread = std::make_unique<std::thread>([this] { KeepAliveThread(); });
+    } catch (const std::system_error& failure) {
+        Trace::Error("the keep-alive thread can't be made", failure.what());
+    }
+    return keepAliveThread != nullptr;
 }
 
 void CommandHubClient::StopKeepAliveThread() {
@@ -242,11 +252,13 @@ void CommandHubClient::StopKeepAliveThread() {
 }
 
 void CommandHubClient::KeepAliveThread() {
+    const std::chrono::seconds interval(keepAliveInterval);
     MutexLock hold(keepAliveLock);
+    int64_t due = platform::SteadyDeadline(interval);
     while (!stopKeepAlive) {
-        const auto outcome =
-            keepAliveCondition.wait_for(keepAliveLock, std::chrono::seconds(keepAliveInterval));
-        if (outcome == std::cv_status::timeout && !stopKeepAlive) KeepAlive();
+        if (platform::WaitUntil(keepAliveCondition, keepAliveLock, due)) continue;
+        if (!stopKeepAlive) KeepAlive();
+        due = platform::SteadyDeadline(interval);
     }
 }
 

@@ -75,7 +75,7 @@ class CommandHubClient final : public IPushService {
     void OnWelcome(const CommandHubFrame& frame);
     void OnPush(const CommandHubFrame& frame);
 
-    void StartKeepAliveThread() REQUIRES(connectionLock);
+    bool StartKeepAliveThread() REQUIRES(connectionLock);
     void StopKeepAliveThread() REQUIRES(connectionLock);
     void KeepAliveThread();
 

@@ -25,11 +25,10 @@ bool ReadNumber(ConfigUtil& config, const char16_t* key, Number& out, Number def
     return true;
 }
 
-// `said` tells whether the value comes from the store.
-bool ReadSwitch(ConfigUtil& config, const char16_t* key, bool& said) {
+// On unless the store says otherwise.
+bool ReadSwitch(ConfigUtil& config, const char16_t* key) {
     WideString text;
-    said = config.ReadValue(key, text, 0) == 0;
-    return !said || text != u"0";
+    return config.ReadValue(key, text, 0) != 0 || text != u"0";
 }
 
 void ReadInterval(ConfigUtil& config, const char16_t* key, WideString& interval,
@@ -47,11 +46,9 @@ void ReadBehaviour(ConfigUtil& config, uint32_t& behaviour) {
 
 }  // namespace
 
-bool RealtimeConfig::Read(ConfigUtil& config) {
-    bool said = false;
-    enabled = ReadSwitch(config, u"Realtime.Notifications.Enabled", said);
-    const bool disabledByStore = said && !enabled;
-    checkOs = ReadSwitch(config, u"Realtime.Notifications.CheckOS", said);
+void RealtimeConfig::Read(ConfigUtil& config) {
+    enabled = ReadSwitch(config, u"Realtime.Notifications.Enabled");
+    checkOs = ReadSwitch(config, u"Realtime.Notifications.CheckOS");
     ReadNumber(config, u"Realtime.Manager.CheckInterval", checkInterval, 15U);
     checkInterval = std::max(checkInterval, 1U);
     ReadNumber(config, u"Realtime.Manager.MaxConnectionRetries", retry.maxConnectionRetries, 2U);
@@ -62,7 +59,6 @@ bool RealtimeConfig::Read(ConfigUtil& config) {
                  retry.lostConnectionRetriesInterval, u"rand(5,15)");
     ReadNumber(config, u"Realtime.Manager.RetriesWait", retry.retriesWait, uint64_t{1800});
     ReadBehaviour(config, retry.behaviourOnLostConnection);
-    return disabledByStore;
 }
 
 WideString ReadCommandHubUri(ConfigUtil& config) {

@@ -13,8 +13,8 @@ struct RealtimeConfig {
     RetrySettings retry;
 
     // Reads all of it anew. Numbers and booleans that can't be read take their defaults; the interval texts
-    // and the behaviour keep what they were. True if the store says that notifications are disabled.
-    bool Read(ConfigUtil& config);
+    // and the behaviour keep what they were.
+    void Read(ConfigUtil& config);
 };
 
 // Scheme, host and path of the push server as one URI; empty unless all three can be read.

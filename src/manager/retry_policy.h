@@ -1,5 +1,6 @@
 // When to attempt a connection, when to wait, and when the loss of the channel is to be told. It knows no
-// thread, no socket and no clock: time is given to it. It doesn't attempt anything itself.
+// thread, no socket and no clock: time is given to it. It doesn't attempt anything itself. Used by one thread
+// at a time.
 //
 // While the channel is down there are two waits: the short one (`retryInterval`, drawn after each failure)
 // until `maxConnectionRetries` attempts have failed in a row, then the long one (`retriesWait`). An attempt
@@ -29,14 +30,14 @@ class RetryPolicy {
     // Seconds of an interval text; 0 if it can't be told.
     using Evaluate = std::function<uint32_t(const WideString& interval)>;
 
-    explicit RetryPolicy(Evaluate evaluate) : evaluate(std::move(evaluate)) {}
+    // `forcedAttempts` counts the interfaces that came up, on whatever thread; it outlives the policy.
+    RetryPolicy(Evaluate evaluate, std::atomic<int32_t>& forcedAttempts)
+        : evaluate(std::move(evaluate)), forcedAttempts(forcedAttempts) {}
 
     // A chain is built anew: its first attempt goes out at once.
     void Clear();
     // The chain was stopped: no attempt is owed any more.
     void ForgetForced() { forcedAttempts = 0; }
-    // An interface came up. From any thread.
-    void ForceAttempt() { ++forcedAttempts; }
 
     // A check found the channel up, or down. NoteDown gives true if that used up the retries.
     void NoteUp(int64_t now, const RetrySettings& settings);
@@ -54,8 +55,8 @@ class RetryPolicy {
     uint64_t RetryInterval() const { return retryInterval; }
     bool LossNoted() const { return lostTime != 0; }
 
-    // No connection has been made since the state last changed. Set from any thread.
-    std::atomic<bool> bindPending{true};
+    // No connection has been made since the state last changed.
+    bool bindPending = true;
 
   private:
     void SetRetryInterval(const WideString& interval);
@@ -67,7 +68,7 @@ class RetryPolicy {
     uint32_t retries = 0;         // failed attempts and short-lived connections in a row
     int64_t connectTime = 0;      // ticks; last successful start or last failed attempt, 0: none
     int64_t lostTime = 0;         // ticks; when the loss or failure was noticed, 0 while connected
-    std::atomic<int32_t> forcedAttempts{0};
+    std::atomic<int32_t>& forcedAttempts;
 };
 
 }  // namespace orrery

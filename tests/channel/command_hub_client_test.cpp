@@ -6,6 +6,8 @@
 
 #include "support/fake_config_util.h"
 #include "support/fake_server.h"
+#include "support/scarcity.h"
+#include "support/test_clock.h"
 
 namespace orrery::test {
 namespace {
@@ -31,6 +33,7 @@ class CommandHubClientTest : public testing::Test {
     }
     void FromServer(const std::string& frame) { server.messageHandler(ToWide(frame)); }
 
+    TestClock clock;
     FakeConfigUtil config;
     FakeServer server;
     std::unique_ptr<IPushChannel> channel = server.MakeChannel({}, nullptr);
@@ -79,7 +82,14 @@ TEST_F(CommandHubClientTest, AfterAFailureOrALossItCanConnectAgain) {
     server.takes = false;
     EXPECT_FALSE(client->Connect());
     EXPECT_EQ(client->GetState(), Client::Closed);
+    EXPECT_FALSE(client->IsConnected()) << "nobody would try again";
     server.takes = true;
+    {
+        const NoThreads none;
+        EXPECT_FALSE(client->Connect()) << "nothing would keep it alive";
+        EXPECT_FALSE(client->IsConnected());
+        EXPECT_EQ(client->GetState(), Client::Closed);
+    }
     server.onSend = [this] { std::thread([this] { server.Lose(); }).join(); };
     EXPECT_FALSE(client->Connect()) << "lost while Connect runs: it cleans up";
     EXPECT_EQ(client->GetState(), Client::Closed);
@@ -113,18 +123,38 @@ TEST_F(CommandHubClientTest, TheDestructorWaitsForACallbackInside) {
     EXPECT_THAT(server.Take(), IsEmpty());
 }
 
-TEST_F(CommandHubClientTest, KeepsAliveAtItsIntervalAndNeverWithoutPause) {
-    FakeServer paced;
-    const auto pacedChannel = paced.MakeChannel({}, nullptr);
-    std::vector<std::unique_ptr<Client>> clients;
-    for (const WideString interval : {u"0", u"-5", u"soon", u"1"}) {
-        config.Set(u"Realtime.CommandHub.KeepAliveInterval", interval);
-        IPushChannel* const used = interval == u"1" ? pacedChannel.get() : channel.get();
-        clients.push_back(std::make_unique<Client>(u"abc", used, &config));
-        ASSERT_TRUE(clients.back()->Connect());
+TEST_F(CommandHubClientTest, KeepsAliveAtItsInterval) {
+    struct {
+        const char16_t* setting;
+        int64_t interval;
+    } const cases[] = {
+        {u"45", 45},          {u" 7 s", 7}, {u"2147483647", 2147483647},
+        {u"2147483648", 120}, {u"0", 120},  {u"-5", 120},
+        {u"soon", 120},       {u"", 120},
+    };
+    for (const auto& [setting, interval] : cases) {
+        SCOPED_TRACE(ToUtf8(setting));
+        config.Set(u"Realtime.CommandHub.KeepAliveInterval", setting);
+        client = std::make_unique<Client>(u"abc", channel.get(), &config);
+        for (int connection = 0; connection < 2; ++connection) {
+            ASSERT_TRUE(client->Connect());
+            server.Take();
+            for (int frame = 0; frame < 2; ++frame) {
+                EXPECT_TRUE(clock.AdvanceWaiter(interval - 1));
+                EXPECT_TRUE(clock.AdvanceWaiter(1));
+                EXPECT_THAT(server.Take("{}"), ElementsAre("{}"));
+            }
+            EXPECT_TRUE(clock.AdvanceWaiter(interval - 1));
+            EXPECT_TRUE(clock.AdvanceWaiter(0)) << "it has looked at the clock";
+            EXPECT_THAT(server.Take(), IsEmpty());
+            server.Lose();
+        }
     }
-    EXPECT_THAT(paced.Take("{}"), Contains("{}"));
-    EXPECT_THAT(server.Take(), testing::Not(Contains("{}")));
+    config.FailReadsOf(u"Realtime.CommandHub.KeepAliveInterval");
+    client = std::make_unique<Client>(u"abc", channel.get(), &config);
+    ASSERT_TRUE(client->Connect());
+    EXPECT_TRUE(clock.AdvanceWaiter(120));
+    EXPECT_THAT(server.Take("{}"), Contains("{}"));
 }
 
 }  // namespace

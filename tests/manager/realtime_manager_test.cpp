@@ -6,7 +6,9 @@
 #include <future>
 
 #include "events/dispatcher_helper.h"
+#include "platform/os_version.h"
 #include "support/fake_server.h"
+#include "support/scarcity.h"
 #include "support/test_clock.h"
 #include "support/test_environment.h"
 
@@ -22,6 +24,22 @@ constexpr char connectivityEvent[] = R"({"ConnectivityTest":{}})";
 constexpr char commandsEvent[] = R"({"CheckCommands":{}})";
 constexpr char16_t enabledKey[] = u"Realtime.Notifications.Enabled";
 constexpr char16_t hostKey[] = u"Communications.Method_CommandHub.Hostname";
+
+// The server of 2003: older than what the channel runs on.
+class OldSystem final : public platform::OsVersion {
+  public:
+    OldSystem() { platform::SetOsVersion(this); }
+    ~OldSystem() override { platform::SetOsVersion(nullptr); }
+    bool VerifyVersion(const platform::VersionTest& test) override {
+        return test.major.value == 5 && test.minor.value == 2;
+    }
+    uint16_t NativeArchitecture() override { return platform::Amd64; }
+    bool NativeMachine(uint16_t&) override { return false; }
+    bool Metric(int32_t) override { return false; }
+    bool ProductInfo(uint32_t, uint32_t, uint32_t, uint32_t&) override { return false; }
+    bool RegistryText(const WideString&, const WideString&, WideString&) override { return false; }
+    bool RegistryNumber(const WideString&, const WideString&, uint32_t&) override { return false; }
+};
 
 // The clock stands: a wait is over when a test says so. Checks come from the test, as the period of the
 // manager's thread is a day, unless the test shortens it.
@@ -74,6 +92,7 @@ class RealtimeManagerTest : public testing::Test {
         return server.attempts;
     }
 
+    int attempts = 0;
     TestClock clock;
     TestEnvironment& environment = TestEnvironment::Get();
     FakeConfigUtil& config = environment.config;
@@ -226,21 +245,132 @@ TEST_F(RealtimeManagerTest, AThreadThatOutlivesItsStopIsSilentAndLeavesTheNextAl
     EXPECT_THAT(Events(), ElementsAre(bindEvent)) << "the channel is gone, whatever the attempt brought";
 }
 
-TEST(RealtimeConfigTest, WhatIsNoNumberCountsAsNotThere) {
-    FakeConfigUtil store;
-    const auto read = [&store](const char16_t* interval, const char16_t* retries, const char16_t* behaviour) {
-        store.Set(u"Realtime.Manager.CheckInterval", interval);
-        store.Set(u"Realtime.Manager.MaxConnectionRetries", retries);
-        store.Set(u"Realtime.Manager.BehaviourOnLostConnection", behaviour);
-        RealtimeConfig config;
-        config.retry.behaviourOnLostConnection = 1;
-        config.Read(store);
-        return std::vector<uint32_t>{config.checkInterval, config.retry.maxConnectionRetries,
-                                     config.retry.behaviourOnLostConnection};
+TEST_F(RealtimeManagerTest, AConnectionThatOvertakesTheEndIsFollowedByItsBind) {
+    using End = std::function<void()>;
+    const auto connectDuring = [&](const End& end) {
+        server.blocked = true;
+        ASSERT_TRUE(manager->Start());
+        ASSERT_TRUE(WaitForAttempt(++attempts));
+        end();
+        EXPECT_THAT(Events(3), ElementsAre(bindEvent, connectivityEvent, bindEvent));
     };
-    EXPECT_THAT(read(u" +7s", u"0", u"0"), ElementsAre(7, 0, 0));
-    EXPECT_THAT(read(u"0", u"many", u"x"), ElementsAre(1, 2, 1)) << "the behaviour stays as it was";
-    EXPECT_THAT(read(u"", u"4294967296", u"5"), ElementsAre(15, 2, 0));
+    connectDuring([this] {
+        config.onUnsubscribe = [this] {
+            server.blocked = false;
+            manager->IsPushConnected();  // waits for the end of the attempt
+        };
+        manager->Stop(false);
+        config.onUnsubscribe = nullptr;
+    });
+    connectDuring([this] {
+        config.WriteValue(enabledKey, u"0", 0);
+        server.blocked = false;
+    });
+}
+
+TEST_F(RealtimeManagerTest, WithoutDescriptorsOrThreadsItTellsAndStartsLater) {
+    dispatcher.RaiseEventText(u"{}", false);
+    Events(1);
+    const auto refused = [this](const char* line) {
+        EXPECT_FALSE(manager->Start());
+        EXPECT_THAT(environment.tracebox.Take(), ElementsAre(line));
+        EXPECT_THAT(Events(), ElementsAre(bindEvent));
+    };
+    {
+        const NoDescriptors none;
+        refused("30 Error 8: Creating realtime thread");
+    }
+    {
+        const NoThreads none;
+        refused("30 Error 11: Creating realtime thread");
+    }
+    StartAndSettle();
+    EXPECT_TRUE(manager->IsPushConnected());
+}
+
+TEST_F(RealtimeManagerTest, WhatChangesBetweenStopAndStartCountsAndIsSaidOnce) {
+    const std::string disabled = "20 Realtime notifications are disabled";
+    config.Set(enabledKey, u"0");
+    Make();
+    ASSERT_TRUE(manager->Start());
+    EXPECT_THAT(environment.tracebox.Take(), ElementsAre(disabled));
+    manager->Stop(true);
+    config.Set(enabledKey, u"1");
+    ASSERT_TRUE(manager->Start());
+    manager->Stop(true);
+    config.Set(enabledKey, u"0");
+    ASSERT_TRUE(manager->Start());
+    EXPECT_THAT(environment.tracebox.Take(), ElementsAre(disabled));
+    manager->Stop(true);
+
+    OldSystem old;
+    config.Set(u"Realtime.Notifications.CheckOS", u"0");
+    EXPECT_TRUE(manager->Start());
+    manager->Stop(true);
+    Events();
+    config.Set(u"Realtime.Notifications.CheckOS", u"1");
+    EXPECT_FALSE(manager->Start());
+    EXPECT_THAT(Events(), ElementsAre(bindEvent));
+    EXPECT_EQ(config.Subscriptions(), 0U);
+}
+
+TEST_F(RealtimeManagerTest, AnAttemptThatFailsAfterAStopSaysNothing) {
+    config.Set(u"Realtime.Manager.BehaviourOnLostConnection", u"1");
+    config.Set(u"Realtime.Manager.MaxConnectionRetries", u"1");
+    Make(0);
+    server.accepts = false;
+    server.blocked = true;
+    ASSERT_TRUE(manager->Start());
+    ASSERT_TRUE(WaitForAttempt(1));
+    manager->Stop(true);
+    server.blocked = false;
+    manager.reset();
+    EXPECT_THAT(Events(), IsEmpty());
+}
+
+TEST_F(RealtimeManagerTest, TellsThatRetriesAreUsedUpAsItsBehaviourSays) {
+    struct {
+        const char* name;
+        const char16_t* behaviour;
+        bool connects;  // and loses the connection at once
+        std::vector<std::string> expected;
+    } const cases[] = {
+        {"never connected", u"0", false, {bindEvent}},
+        {"lost and told before", u"0", true, {bindEvent, connectivityEvent}},
+        {"each loss is to be told", u"1", true, {bindEvent, connectivityEvent, bindEvent}},
+    };
+    config.Set(u"Realtime.Manager.MaxConnectionRetries", u"1");
+    for (const auto& [name, behaviour, connects, expected] : cases) {
+        SCOPED_TRACE(name);
+        config.Set(u"Realtime.Manager.BehaviourOnLostConnection", behaviour);
+        server.accepts = connects;
+        server.attempts = 0;
+        Make();
+        StartAndSettle();
+        server.Lose();
+        EXPECT_EQ(CheckAfter(5), 1);
+        EXPECT_EQ(Events(), expected);
+    }
+}
+
+TEST_F(RealtimeManagerTest, TriesAgainWhereTheServerTakesNoFrame) {
+    server.takes = false;
+    StartAndSettle();
+    EXPECT_FALSE(manager->IsPushConnected());
+    EXPECT_EQ(CheckAfter(99), 1);
+    EXPECT_EQ(CheckAfter(1), 2);
+}
+
+TEST_F(RealtimeManagerTest, LooksAtTheChannelOncePerPeriod) {
+    config.Set(u"Realtime.Manager.CheckInterval", u"10");
+    Make();
+    StartAndSettle();
+    const int polls = server.polls;
+    EXPECT_TRUE(clock.AdvanceWaiter(9));
+    EXPECT_TRUE(clock.AdvanceWaiter(0)) << "it has looked at the clock";
+    EXPECT_EQ(server.polls, polls);
+    EXPECT_TRUE(clock.AdvanceWaiter(1));
+    EXPECT_TRUE(Eventually([&] { return server.polls > polls; }));
 }
 
 }  // namespace

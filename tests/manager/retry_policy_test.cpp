@@ -50,7 +50,7 @@ class Device {
     }
     void Check() {
         for (const int64_t at : scenario.newInterfaces) {
-            if (now - checkInterval < at && at <= now) policy.ForceAttempt();
+            if (now - checkInterval < at && at <= now) ++forcedAttempts;
         }
         if (now < connectedUntil) return policy.NoteUp(Ticks(), scenario.settings);
         if (policy.NoteDown(Ticks(), scenario.settings)) Bind();
@@ -71,7 +71,9 @@ class Device {
     }
 
     const Scenario& scenario;
-    RetryPolicy policy{[](const WideString& text) { return static_cast<uint32_t>(LeadingInt32(text)); }};
+    std::atomic<int32_t> forcedAttempts{0};
+    RetryPolicy policy{[](const WideString& text) { return static_cast<uint32_t>(LeadingInt32(text)); },
+                       forcedAttempts};
     int64_t now = 0;
     int64_t connectedUntil = 0;
     std::string log;
@@ -111,7 +113,8 @@ TEST(RetryPolicyTest, AttemptsAndTellsAsWorkedOut) {
 
 TEST(RetryPolicyTest, EachWaitIsDrawnAnewFromItsOwnText) {
     std::string drawn;
-    RetryPolicy policy([&drawn](const WideString& text) { return drawn += " " + ToUtf8(text), 60U; });
+    std::atomic<int32_t> none{0};
+    RetryPolicy policy([&drawn](const WideString& text) { return drawn += " " + ToUtf8(text), 60U; }, none);
     const int64_t now = start * platform::ticksPerSecond;
     const RetrySettings settings = Settings(4);
     policy.NoteConnected(now);

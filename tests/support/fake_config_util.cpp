@@ -22,6 +22,7 @@ std::optional<WideString> FakeConfigUtil::Value(const WideString& key) const {
 void FakeConfigUtil::Clear() {
     MutexLock lock(mutex);
     state = {};
+    onUnsubscribe = nullptr;
 }
 
 void FakeConfigUtil::FailWrites(uint32_t count, uint32_t code) {
@@ -90,6 +91,7 @@ uint32_t FakeConfigUtil::Subscribe(const char16_t* section, IConfigChangeObserve
 
 uint32_t FakeConfigUtil::Unsubscribe(const char16_t* section, IConfigChangeObserver* observer) {
     if (section == nullptr || observer == nullptr) return InvalidParameter;
+    if (onUnsubscribe) onUnsubscribe();
     MutexLock lock(mutex);
     const size_t removed = std::erase_if(state.subscriptions, [&](const Subscription& s) {
         return s.second == observer && EqualNoCase(s.first, section);

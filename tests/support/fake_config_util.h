@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -28,6 +29,7 @@ class FakeConfigUtil final : public prefstore::ConfigFront {
     // The next `count` writes and deletions change nothing and give `code`.
     void FailWrites(uint32_t count, uint32_t code = AccessDenied);
     void FailReadsOf(const WideString& key);
+    std::function<void()> onUnsubscribe;  // before each; set while no other thread is here
     // What another process would cause; the settings stay as they are.
     void Notify(const WideString& key, const WideString& before, const WideString& after);
 

@@ -84,11 +84,12 @@ std::chrono::nanoseconds TimeUntil(int64_t steadyDeadline) {
 }
 
 bool WaitUntil(ConditionVariable& condition, Mutex& mutex, int64_t steadyDeadline) {
-    for (;;) {
-        const std::chrono::nanoseconds left = TimeUntil(steadyDeadline);
-        if (left == left.zero()) return false;
-        if (condition.wait_for(mutex, left) == std::cv_status::no_timeout) return true;
-    }
+    const std::chrono::nanoseconds left = TimeUntil(steadyDeadline);
+    if (left == left.zero()) return false;
+    // How that ended doesn't tell: a notification may come together with the end of the time, and isn't to be
+    // slept over.
+    condition.wait_for(mutex, left);
+    return TimeUntil(steadyDeadline) != left.zero();
 }
 
 int64_t UtcSeconds() {

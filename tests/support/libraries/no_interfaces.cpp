@@ -1,0 +1,1 @@
+// Loads, and offers nothing of what a watcher looks for.
