@@ -148,6 +148,7 @@ class CMessageObject : public CMessageType, public ISerializableClass {
 
   private:
     void AddSignExtended(WideString key, int32_t number);
+    bool ParseMended(const std::string& utf8);
 };
 
 }  // namespace orrery

@@ -1,0 +1,30 @@
+// The tree that the library makes of a text, with the memory under it: the library asks for one small piece
+// after the other, all of which live equally long. They come out of a few blocks, which go together with this
+// object. Belongs to the thread that parses.
+#pragma once
+
+#include <json-parser/json.h>
+
+#include <array>
+#include <cstddef>
+#include <memory_resource>
+#include <string>
+
+namespace orrery {
+
+class LibraryTree {
+  public:
+    explicit LibraryTree(const std::string& text);
+    LibraryTree(const LibraryTree&) = delete;
+    LibraryTree& operator=(const LibraryTree&) = delete;
+
+    // Null if the text is no document, or memory ran out.
+    const json_value* Root() const { return root; }
+
+  private:
+    std::array<std::byte, 4096> firstBlock;  // enough for most messages
+    std::pmr::monotonic_buffer_resource memory{firstBlock.data(), firstBlock.size()};
+    const json_value* root = nullptr;
+};
+
+}  // namespace orrery
