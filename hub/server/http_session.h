@@ -3,7 +3,6 @@
 // It keeps itself alive while an operation is in flight. Everything runs on the server's one thread.
 #pragma once
 
-#include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
@@ -14,6 +13,7 @@
 #include "hub/base/hub_clock.h"
 #include "hub/devices/device_hub.h"
 #include "hub/http/router.h"
+#include "hub/server/clock_timer.h"
 #include "hub/server/hub_stream.h"
 
 namespace orrery::hub {
@@ -54,10 +54,10 @@ class HttpSession final : public std::enable_shared_from_this<HttpSession> {
     beast::flat_buffer incoming;
     std::optional<beast::http::request_parser<beast::http::string_body>> parser;  // one for each request
     Response response;
-    WireFault wire;            // of the response
-    std::string bytes;         // a faulty response, or a block of a body without end
-    size_t written = 0;        // of `bytes`
-    asio::steady_timer timer;  // the delay of an answer or of its next byte, or the end of lingering
+    WireFault wire;      // of the response
+    std::string bytes;   // a faulty response, or a block of a body without end
+    size_t written = 0;  // of `bytes`
+    ClockTimer timer;    // the delay of an answer or of its next byte, or the end of lingering
 };
 
 }  // namespace orrery::hub

@@ -148,9 +148,9 @@ struct HubServer::Impl {
     // Behind all that the sessions refer to: its end destroys them, wherever they stand.
     asio::io_context io{1};
     tcp::acceptor acceptor{io};
-    asio::steady_timer acceptTimer{io};
-    asio::steady_timer keepAliveTimer{io};
-    asio::steady_timer stopTimer{io};
+    ClockTimer acceptTimer{io};
+    ClockTimer keepAliveTimer{io};
+    ClockTimer stopTimer{io};
     asio::signal_set signals{io};
 };
 

@@ -3,7 +3,6 @@
 // flight or the connection is held in a stall. Everything runs on the server's one thread.
 #pragma once
 
-#include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/string_body.hpp>
@@ -12,6 +11,7 @@
 #include <memory>
 
 #include "hub/devices/device_hub.h"
+#include "hub/server/clock_timer.h"
 #include "hub/server/hub_stream.h"
 
 namespace orrery::hub {
@@ -56,8 +56,8 @@ class WebSocketSession final : public IDeviceLink, public std::enable_shared_fro
     size_t queuedBytes = 0;
     bool writing = false;
     State state = State::Open;
-    uint16_t closeCode = 0;    // set while Closing by our own wish
-    asio::steady_timer timer;  // the deadline of a close, or the next look at a stalled peer
+    uint16_t closeCode = 0;  // set while Closing by our own wish
+    ClockTimer timer;        // the deadline of a close, or the next look at a stalled peer
 };
 
 }  // namespace orrery::hub

@@ -163,7 +163,10 @@ TEST_F(SchedulerServiceTest, ATaskIsKeptUntilItsEventsHaveBeenExecuted) {
 TEST_F(SchedulerServiceTest, TasksAndTheirStateOutliveTheAgentAndOverdueOnesRunAtOnce) {
     const auto restart = [this] {
         service.emplace(store, eventgate, timer);
-        service->Restore({{key, *store.Value(key)}, {u"Scheduler.Tasks.odd", u"not a task"}});
+        service->Restore({{key, *store.Value(key)},
+                          {u"Scheduler.Tasks.odd", u"not a task"},
+                          {u"Scheduler.Tasks.other", *store.Value(key)}});
+        EXPECT_TRUE(eventgate.Take().empty());
     };
     EXPECT_EQ(Add(R"({"Every":60,"Offset":"60"})"), 0u);
     EXPECT_EQ(Change(u"SchedulerTaskDisable"), 0u);

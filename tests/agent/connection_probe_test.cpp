@@ -1,0 +1,64 @@
+#include "agent/status/connection_probe.h"
+
+#include <gmock/gmock.h>
+
+#include <boost/asio/ip/tcp.hpp>
+
+#include "platform/text.h"
+#include "support/call_log.h"
+#include "support/fake_config_util.h"
+
+namespace orrery::agent {
+namespace {
+
+using boost::asio::ip::tcp;
+
+TEST(ConnectionProbe, ChannelsLeadToTheServerOrAProxy) {
+    struct Case {
+        const char16_t* host;
+        const char16_t* scheme;
+        const char16_t* proxies;
+        const char16_t* used;
+        std::set<uint16_t> ports;
+    };
+    const Case cases[] = {
+        {u"hub", u"wss", u"", u"", {443}},
+        {u"[::1]", u"ws", u"", u"", {80}},
+        {u"hub:8600",
+         u"ws",
+         uR"({"ProxyConfig":[{"proxyList":"p:1;q:2;r"},5]})",
+         uR"({"ProxyList":"http://s:3"})",
+         {1, 2, 3, 8600}},
+        {u"hub:1", u"ws", u"{}", u"broken", {1}},
+    };
+    for (const Case& item : cases) {
+        test::FakeConfigUtil store;
+        store.Set(u"Communications.Method_CommandHub.Hostname", item.host);
+        store.Set(u"Communications.Method_CommandHub.Scheme", item.scheme);
+        store.Set(u"Proxy.Default.FallbackList", item.proxies);
+        store.Set(u"Proxy.Default.LastProxyConfigUsed", item.used);
+        EXPECT_EQ(ChannelPorts(store), item.ports) << ToUtf8(item.host);
+    }
+}
+
+TEST(ConnectionProbe, SeesWhetherTheConnectionOfTheConnectIsStillThere) {
+    boost::asio::io_context context;
+    for (const char* loopback : {"127.0.0.1", "::1"}) {
+        tcp::acceptor server(context, {boost::asio::ip::make_address(loopback), 0});
+        test::FakeConfigUtil store;
+        store.Set(u"Communications.Method_CommandHub.Hostname",
+                  u"hub:" + ToWide(std::to_string(server.local_endpoint().port())));
+        ConnectionProbe probe(store);
+        tcp::socket channel(context), other(context);
+        channel.connect(server.local_endpoint());
+        EXPECT_EQ(probe.IsUp(), std::nullopt) << "no connect was noted";
+        probe.NoteConnect();
+        other.connect(server.local_endpoint());
+        EXPECT_EQ(probe.IsUp(), true);
+        server.accept().close();
+        EXPECT_TRUE(test::Eventually([&] { return probe.IsUp() == false; })) << "the other doesn't count";
+    }
+}
+
+}  // namespace
+}  // namespace orrery::agent
