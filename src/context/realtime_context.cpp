@@ -9,6 +9,13 @@
 
 namespace orrery {
 
+namespace {
+
+Mutex observerLock;  // held over the wait for a call in flight, which doesn't take it
+const IProxyUsedObserver* lastObserver GUARDED_BY(observerLock) = nullptr;
+
+}  // namespace
+
 CRealtimeContext::CRealtimeContext(ITracebox* tracebox, IDispatcherHelper* dispatcher)
     : configUtil(GetConfigUtil()),
       dispatcher(dispatcher),
@@ -18,12 +25,18 @@ CRealtimeContext::CRealtimeContext(ITracebox* tracebox, IDispatcherHelper* dispa
 }
 
 CRealtimeContext::Observation::Observation(IWirelink* wirelink, IProxyUsedObserver* observer)
-    : wirelink(wirelink) {
-    if (wirelink) wirelink->SetProxyObserver(observer);
+    : wirelink(wirelink), observer(observer) {
+    if (!wirelink) return;
+    MutexLock hold(observerLock);
+    wirelink->SetProxyObserver(observer);
+    lastObserver = observer;
 }
 
+// A context that a running event has kept may outlive the making of the next one.
 CRealtimeContext::Observation::~Observation() {
-    if (wirelink) wirelink->SetProxyObserver(nullptr);
+    if (!wirelink) return;
+    MutexLock hold(observerLock);
+    if (lastObserver == observer) wirelink->SetProxyObserver(nullptr);
 }
 
 // What a manager refuses while there is a store is to work without the transport. The plug-in is of use even

@@ -43,8 +43,8 @@ class CRealtimeContext final : public IPluginContext, public IProxyUsedObserver 
     CEventControl eventControl{ControlRefuse};
 
   private:
-    // While it lives, the transport tells the context which proxy it used. Its end waits for a call in
-    // flight.
+    // While it lives, the transport tells the context which proxy it used, or a context that was made later:
+    // it knows one observer. The end of the one that it knows waits for a call in flight.
     class Observation {
       public:
         Observation(IWirelink* wirelink, IProxyUsedObserver* observer);
@@ -54,6 +54,7 @@ class CRealtimeContext final : public IPluginContext, public IProxyUsedObserver 
 
       private:
         IWirelink* const wirelink;  // may be null
+        IProxyUsedObserver* const observer;
     };
 
     ~CRealtimeContext() override = default;

@@ -128,6 +128,17 @@ TEST_F(Plugin, ARunningEventKeepsWhatItNeedsAfterTheLastFree) {
     };
     EXPECT_EQ(Execute(plugin, u"NotificationCheck"), 0U);
     EXPECT_EQ(environment.eventgate.Take().size(), 1U) << "what waits is told";
+    ExpectNothingHeld();
+
+    IPluginV1* const second = get();
+    IPluginV1* third = nullptr;
+    wire.knobs.onRequest = [&] {
+        release(second);
+        third = get();
+    };
+    Execute(plugin, u"NotificationCheck");
+    EXPECT_NE(wire.observer, nullptr) << "the end of the old context leaves the new one's observation";
+    release(third);
     plugin->Release();
 }
 
@@ -140,7 +151,7 @@ TEST_F(Plugin, EventsMeetTheLastFreeAtAnyMoment) {
             while (!end.stop_requested()) Execute(plugin, event);
         });
     }
-    for (int round = 0; round < 100; ++round) {
+    for (int round = 0; round < 50; ++round) {
         plugin->Start();
         if (round % 2 == 0) plugin->Stop();
         release(container);
