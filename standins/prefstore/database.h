@@ -35,6 +35,7 @@ class Database {
     // Brings what it has written to the disk.
     ~Database();
 
+    const std::string& Folder() const { return folder; }
     const std::string& Path() const { return path; }
 
     // Opens the file anew, creating it if there is none and setting it aside if it is damaged. `problem` says
@@ -46,8 +47,8 @@ class Database {
     // The rows after `revision`, oldest first. On failure `rows` is untouched.
     uint32_t ReadAfter(int64_t revision, std::vector<SettingRow>& rows);
     // Writes `value`, or deletes the key if it is null, and returns the rows after `revision`, this one and
-    // those of other processes. On failure nothing has changed. A deletion of a key that isn't set succeeds and
-    // adds no row.
+    // those of other processes. On failure nothing has changed. A deletion of a key that isn't set succeeds
+    // and adds no row.
     uint32_t Write(const WideString& key, const WideString* value, int64_t revision,
                    std::vector<SettingRow>& rows);
 
