@@ -20,6 +20,19 @@ namespace {
 // announcements, shows when the file is closed.
 constexpr uint32_t changes = IN_ATTRIB | IN_CLOSE_WRITE | IN_MOVE_SELF | IN_DELETE_SELF;
 
+// A lock of the descriptor and not of the process, which may have several stores: see fcntl(2).
+struct flock Mark(short type) {
+    return {.l_type = type, .l_whence = SEEK_SET, .l_start = 0, .l_len = 1, .l_pid = 0};
+}
+
+int OpenMarked(const std::string& folder) {
+    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    struct flock mark = Mark(F_RDLCK);
+    if (descriptor < 0 || fcntl(descriptor, F_OFD_SETLK, &mark) == 0) return descriptor;
+    close(descriptor);
+    return -1;
+}
+
 }  // namespace
 
 ChangeWatch::ChangeWatch()
@@ -30,19 +43,29 @@ ChangeWatch::ChangeWatch()
 }
 
 ChangeWatch::~ChangeWatch() {
+    if (presence >= 0) close(presence);
     if (inotify >= 0) close(inotify);
     close(wakeEvent);
 }
 
-bool ChangeWatch::Watch(const std::string& path) {
+bool ChangeWatch::Watch(const std::string& folder, const std::string& newPath) {
+    path = newPath;
     if (inotify < 0) return false;
+    if (presence >= 0) close(presence);
+    presence = OpenMarked(folder);
     if (watched >= 0) inotify_rm_watch(inotify, watched);
     watched = inotify_add_watch(inotify, path.c_str(), changes);
     return watched >= 0;
 }
 
-void ChangeWatch::Announce(const std::string& path) {
-    utimensat(AT_FDCWD, path.c_str(), nullptr, 0);
+void ChangeWatch::Announce() const {
+    if (!IsAlone()) utimensat(AT_FDCWD, path.c_str(), nullptr, 0);
+}
+
+// Nobody else has marked the folder. Whoever does so from now on reads the file afterwards.
+bool ChangeWatch::IsAlone() const {
+    struct flock other = Mark(F_WRLCK);
+    return presence >= 0 && fcntl(presence, F_OFD_GETLK, &other) == 0 && other.l_type == F_UNLCK;
 }
 
 void ChangeWatch::Wake() {

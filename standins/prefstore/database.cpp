@@ -8,7 +8,6 @@
 
 #include "platform/error_codes.h"
 #include "platform/text.h"
-#include "standins/prefstore/change_watch.h"
 #include "standins/prefstore/store_folder.h"
 
 namespace orrery::prefstore {
@@ -17,6 +16,15 @@ namespace {
 
 constexpr char fileName[] = "settings.db";
 constexpr int busyTimeout = 5000;  // milliseconds
+
+// A write brings three pages into the log, so they are small (those of an earlier file stay as they are), and
+// the disk is waited for once in a thousand writes. The log comes before the syncing: a file that had none is
+// to be on the disk when it has one.
+constexpr char mode[] =
+    "PRAGMA page_size = 1024;"
+    "PRAGMA journal_mode = WAL;"
+    "PRAGMA synchronous = NORMAL;"
+    "PRAGMA wal_autocheckpoint = 4000";
 
 constexpr char schema[] =
     "BEGIN IMMEDIATE;"
@@ -192,7 +200,6 @@ uint32_t Database::Write(const WideString& key, const WideString* value, int64_t
         return ToErrorCode(result);
     }
     hasWritten = true;
-    ChangeWatch::Announce(path);
     rows = std::move(written);
     return Success;
 }
@@ -205,8 +212,7 @@ int Database::Connect() {
     sqlite3_extended_result_codes(opened, 1);
     sqlite3_busy_timeout(opened, busyTimeout);
     result = CheckIntegrity();
-    // In this order: the change of an older file into one with a log is to be on the disk at once.
-    if (result == SQLITE_OK) result = Execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;");
+    if (result == SQLITE_OK) result = Execute(mode);
     if (result == SQLITE_OK) result = MakeSchema();
     if (result == SQLITE_OK) result = PrepareStatements();
     if (result == SQLITE_OK) ForgetOldDeletions();

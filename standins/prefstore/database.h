@@ -35,6 +35,7 @@ class Database {
     // Brings what it has written to the disk.
     ~Database();
 
+    const std::string& Folder() const { return folder; }
     const std::string& Path() const { return path; }
 
     // Opens the file anew, creating it if there is none and setting it aside if it is damaged. `problem` says

@@ -65,6 +65,7 @@ uint32_t Store::Change(const WideString& key, const WideString* value) {
     if (followed != Success) return followed;
     std::vector<SettingRow> rows;
     const uint32_t result = database.Write(key, value, lastRevision, rows);
+    if (result == Success) watch.Announce();
     ApplyLocked(rows);
     return result;
 }
@@ -73,7 +74,7 @@ uint32_t Store::OpenLocked() {
     std::string problem;
     uint32_t result = database.Open(problem);
     // Before the first read, so that no change falls between the two.
-    if (result == Success && !watch.Watch(database.Path()))
+    if (result == Success && !watch.Watch(database.Folder(), database.Path()))
         problem = "Changes of " + database.Path() + " by other processes will not be noticed.";
     if (!problem.empty()) AddProblem(problem);
 

@@ -23,11 +23,13 @@ void ProxyNotifier::SetObserver(IProxyUsedObserver* newObserver) {
 }
 
 void ProxyNotifier::Report(std::unique_ptr<ProxySetting> proxy) {
-    MutexLock lock(mutex);
-    if (!observer || ending) return;
-    if (!thread.joinable()) thread = std::thread([this] { DeliverReports(); });
-    reports.push_back(std::move(proxy));
-    changed.notify_all();
+    {
+        MutexLock lock(mutex);
+        if (!observer || ending) return;
+        if (!thread.joinable()) thread = std::thread([this] { DeliverReports(); });
+        reports.push_back(std::move(proxy));
+    }
+    changed.notify_all();  // without the lock, which the woken thread takes first
 }
 
 void ProxyNotifier::DeliverReports() {

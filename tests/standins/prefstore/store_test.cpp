@@ -336,10 +336,11 @@ TEST_F(StoreTest, UnsubscribeWaitsForTheCallInFlight) {
 
 TEST_F(StoreTest, DamagedFileIsSetAsideWhole) {
     ASSERT_EQ(Store(path).WriteValue(u"A.B.C", u"kept", 0), 0u);
-    const std::string header = folder.Read(file).substr(0, 4096);
+    const size_t pageSize = 1024;
+    const std::string header = folder.Read(file).substr(0, pageSize);
     // The file and its log; what is set aside must hold the same.
     const std::pair<std::string, std::string> cases[] = {{std::string(9000, 'x'), ""},
-                                                         {header + std::string(3 * 4096, '\0'), ""},
+                                                         {header + std::string(3 * pageSize, '\0'), ""},
                                                          {"", "a log without its file"}};
     for (const auto& [bytes, log] : cases) {
         for (const auto& entry : fs::directory_iterator(path)) fs::remove(entry);
