@@ -35,11 +35,11 @@ class ConfigUtil {
     // without it. A value that doesn't fit is a failure that leaves the buffer alone.
     virtual uint32_t ReadValueParts(const char16_t* section, const char16_t* group, const char16_t* name,
                                     char16_t* buffer, uint32_t* size, uint32_t flags) = 0;
-    // On 0 the value is kept, even if the process is killed at once, and every later read gives it; a power
-    // cut may cost the last writes, never an older one before them. The observers of its section are told
-    // afterwards; they may hear of a write that changed nothing as well.
+    // On 0 the value is stored and outlives the process, however that ends. It is on disk with a clean end,
+    // or moments later: a power cut may cost the last writes, never an older one before them.
     virtual uint32_t WriteValue(const WideString& key, const WideString& value, uint32_t flags) = 0;
-    // As WriteValue, for the key of the three parts.
+    // As WriteValue, for the key of the three parts. Of both, the observers of the section are told
+    // afterwards; they may hear of a write that changed nothing as well.
     virtual uint32_t WriteValueParts(const char16_t* section, const char16_t* group, const char16_t* name,
                                      const char16_t* value, uint32_t flags) = 0;
     // On 0 the key isn't set, which it need not have been before; lasting as a write is.

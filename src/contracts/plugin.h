@@ -49,7 +49,7 @@ class IPluginV1 {
 // without memory. It loads the sibling libraries that it finds. Any thread.
 using GetIPluginFunction = IPluginV1* (*)();
 // Exported as "FreeIPlugin": undoes one GetIPlugin; any other pointer is let pass. The last one does what
-// Stop does if the host left that out, and frees the plug-in: no event may be in execution by then.
+// Stop does if the host left that out, and frees the plug-in. The host waits for its executions first.
 using FreeIPluginFunction = void (*)(IPluginV1*);
 
 }  // namespace orrery
