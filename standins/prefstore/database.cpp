@@ -190,11 +190,11 @@ uint32_t Database::Write(const WideString& key, const WideString* value, int64_t
     if (!ToExactUtf8(key, utf8Key)) return InvalidParameter;
     if (!connection) return AccessDenied;
 
-    int result = Execute("BEGIN IMMEDIATE");
+    int result = Run(begin);
     if (result == SQLITE_OK) result = value != nullptr ? Put(utf8Key, *value) : Remove(utf8Key);
     std::vector<SettingRow> written;
     if (result == SQLITE_OK) result = Fetch(revision, written);
-    if (result == SQLITE_OK) result = Execute("COMMIT");
+    if (result == SQLITE_OK) result = Run(commit);
     if (result != SQLITE_OK) {
         if (!sqlite3_get_autocommit(connection.get())) Execute("ROLLBACK");
         return ToErrorCode(result);
@@ -248,7 +248,9 @@ void Database::ForgetOldDeletions() {
 }
 
 int Database::PrepareStatements() {
-    int result = Prepare(putSql, put);
+    int result = Prepare("BEGIN IMMEDIATE", begin);
+    if (result == SQLITE_OK) result = Prepare("COMMIT", commit);
+    if (result == SQLITE_OK) result = Prepare(putSql, put);
     if (result == SQLITE_OK) result = Prepare(removeSql, remove);
     return result == SQLITE_OK ? Prepare(fetchSql, fetch) : result;
 }
@@ -262,6 +264,11 @@ int Database::Prepare(const char* sql, Statement& statement) {
     const int result = sqlite3_prepare_v2(connection.get(), sql, -1, &prepared, nullptr);
     statement.reset(prepared);
     return result;
+}
+
+int Database::Run(const Statement& statement) {
+    const StatementUse use(statement.get());
+    return StepToEnd(statement.get());
 }
 
 int Database::Put(std::string_view key, const WideString& value) {
@@ -297,6 +304,8 @@ void Database::Close() {
     fetch.reset();
     remove.reset();
     put.reset();
+    commit.reset();
+    begin.reset();
     connection.reset();
 }
 

@@ -66,6 +66,7 @@ class Database {
     int PrepareStatements();
     int Execute(const char* sql);
     int Prepare(const char* sql, Statement& statement);
+    int Run(const Statement& statement);
     int Put(std::string_view key, const WideString& value);
     int Remove(std::string_view key);
     int Fetch(int64_t revision, std::vector<SettingRow>& rows);
@@ -78,6 +79,8 @@ class Database {
     const std::string path;
     bool hasWritten = false;  // through this connection
     std::unique_ptr<sqlite3, Closer> connection;
+    Statement begin;
+    Statement commit;
     Statement put;
     Statement remove;
     Statement fetch;

@@ -40,8 +40,11 @@ bool BeginsWithNoCase(WideView text, WideView prefix) {
 }
 
 bool KeyLess::operator()(WideView left, WideView right) const {
-    return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end(),
-                                        [](char16_t a, char16_t b) { return Fold(a) < Fold(b); });
+    // Keys share long beginnings, mostly in the same letter case.
+    const auto [a, b] =
+        std::mismatch(left.begin(), left.end(), right.begin(), right.end(),
+                      [](char16_t one, char16_t other) { return one == other || Fold(one) == Fold(other); });
+    return b != right.end() && (a == left.end() || Fold(*a) < Fold(*b));
 }
 
 }  // namespace orrery::prefstore

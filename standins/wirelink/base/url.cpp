@@ -17,8 +17,9 @@ std::optional<Url> Url::Read(const std::string& text) {
     Url url;
     constexpr unsigned flags = CURLU_URLENCODE | CURLU_ALLOW_SPACE;
     if (!url.handle || curl_url_set(url.Handle(), CURLUPART_URL, text.c_str(), flags) != CURLUE_OK) return {};
-    const std::string scheme = url.Scheme();
-    if ((scheme != "http" && scheme != "https") || url.Host().empty()) return {};
+    url.scheme = url.Part(CURLUPART_SCHEME);
+    url.host = url.Part(CURLUPART_HOST);
+    if ((url.scheme != "http" && url.scheme != "https") || url.host.empty()) return {};
     // A bare question mark would be sent by some and dropped by others.
     if (url.Part(CURLUPART_QUERY).empty()) curl_url_set(url.Handle(), CURLUPART_QUERY, nullptr, 0);
     return url;

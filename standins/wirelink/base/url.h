@@ -19,8 +19,8 @@ class Url {
     static std::string EncodeSegment(const std::string& part);
 
     std::string Text() const;
-    std::string Scheme() const { return Part(CURLUPART_SCHEME); }
-    std::string Host() const { return Part(CURLUPART_HOST); }
+    const std::string& Scheme() const { return scheme; }
+    const std::string& Host() const { return host; }
     // `scheme://host:port`, the scheme's own port if the text names none.
     std::string Origin() const;
     bool HasUser() const { return !Part(CURLUPART_USER).empty(); }
@@ -37,6 +37,8 @@ class Url {
     std::string Part(CURLUPart part, unsigned flags = 0) const;
 
     std::unique_ptr<CURLU, Deleter> handle;
+    std::string scheme;
+    std::string host;
 };
 
 }  // namespace orrery::wirelink

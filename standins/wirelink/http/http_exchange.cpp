@@ -144,7 +144,6 @@ void HttpExchange::SetCallbacks() {
     Set(CURLOPT_PREREQDATA, this);
     Set(CURLOPT_DEBUGFUNCTION, &OnTrace);
     Set(CURLOPT_DEBUGDATA, this);
-    Set(CURLOPT_VERBOSE, 1L);  // calls OnTrace
 }
 
 CURLcode HttpExchange::Transfer() {
@@ -259,17 +258,18 @@ uint32_t HttpExchange::TakeBody(std::string_view plain) {
     return sink(static_cast<uint32_t>(Number(CURLINFO_RESPONSE_CODE)), plain);
 }
 
+// What goes out before is between the library and the proxy.
 int HttpExchange::OnRequestBegins(void* self, char*, char*, int, int) {
     auto& exchange = *static_cast<HttpExchange*>(self);
     exchange.requestBegun = true;
     exchange.lastSent = platform::SteadyTicks();
+    exchange.Set(CURLOPT_VERBOSE, 1L);  // from here on OnTrace is called
     return CURL_PREREQFUNC_OK;
 }
 
-// What goes out before the request does is between the library and the proxy.
 int HttpExchange::OnTrace(CURL*, curl_infotype kind, char* bytes, size_t size, void* self) noexcept {
     auto& exchange = *static_cast<HttpExchange*>(self);
-    if (!exchange.requestBegun || (kind != CURLINFO_HEADER_OUT && kind != CURLINFO_DATA_OUT)) return 0;
+    if (kind != CURLINFO_HEADER_OUT && kind != CURLINFO_DATA_OUT) return 0;
     exchange.lastSent = platform::SteadyTicks();
     if (kind == CURLINFO_HEADER_OUT) exchange.sent.append(bytes, size);
     return 0;

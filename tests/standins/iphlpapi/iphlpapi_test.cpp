@@ -12,6 +12,7 @@
 #include "platform/error_codes.h"
 #include "standins/iphlpapi/interface_table.h"
 #include "support/call_log.h"
+#include "support/held_call.h"
 #include "support/temporary_folder.h"
 
 namespace orrery::iphlpapi {
@@ -102,15 +103,19 @@ TEST(IphlpapiTest, InterfacesAppearAndGo) {
     RunInNamespace([] {
         Ip("link add old0 type veth peer name old1");
         Ip("addr add 10.8.0.1/24 dev old0");
-        Listener all;
+        Listener all, six;
         all.Register(0, true);
+        six.Register(AF_INET6);
         all.Await(1);
         Ip("link add v0 type veth peer name v1");
         Ip("addr add 10.9.0.1/24 dev v0");
         all.Await(2);
         Ip("addr add 10.9.0.2/24 dev v0");
+        Ip("addr add fd00::1/64 dev v0");
         Ip("link del v0");
-        EXPECT_EQ(all.Await(3), "!+-");
+        EXPECT_EQ(all.Await(5), "!++--");
+        EXPECT_EQ(six.Await(2), "+-");
+        EXPECT_EQ(six.Cancel(), Success);
         EXPECT_EQ(all.Cancel(), Success);
         EXPECT_EQ(all.Cancel(), InvalidParameter);
     });
@@ -137,6 +142,27 @@ TEST(IphlpapiTest, LostChangesAreFoundByListing) {
         Ip("link del w0");
         EXPECT_EQ(listener.Await(4), "+-+-");
         EXPECT_EQ(listener.Cancel(), Success);
+    });
+}
+
+TEST(IphlpapiTest, RefusesWhatItCannotServe) {
+    const IpInterfaceChangeCallback callback = [](void*, const IpInterfaceRow*, NotificationType) {};
+    void* handle = nullptr;
+    EXPECT_EQ(NotifyIpInterfaceChange(AF_UNIX, callback, nullptr, false, &handle), InvalidParameter);
+    EXPECT_EQ(NotifyIpInterfaceChange(AF_INET, nullptr, nullptr, false, &handle), InvalidParameter);
+    EXPECT_EQ(NotifyIpInterfaceChange(AF_INET, callback, nullptr, false, nullptr), InvalidParameter);
+    EXPECT_EQ(CancelMibChangeNotify2(nullptr), InvalidParameter);
+}
+
+TEST(IphlpapiTest, CancellingWaitsForTheCallInFlight) {
+    RunInNamespace([] {
+        test::HeldCall call;
+        std::once_flag called, cancelled;
+        Listener listener;
+        listener.onCall = [&] { std::call_once(called, [&] { call.Stay(); }); };
+        listener.Register(AF_INET, true);
+        const auto cancel = [&] { std::call_once(cancelled, [&] { listener.Cancel(); }); };
+        EXPECT_TRUE(call.IsAwaitedBy(cancel));
     });
 }
 

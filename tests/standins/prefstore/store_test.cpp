@@ -300,6 +300,29 @@ TEST_F(StoreTest, AFileOfAnEarlierVersionIsTakenOver) {
     EXPECT_TRUE(fs::exists(folder.PathOf(file + "-wal")));
 }
 
+TEST_F(StoreTest, ABackupPutInTheFilesPlaceIsFollowedAndHeard) {
+    Store store(path);
+    for (const char16_t* name : {u"A.A.same", u"A.A.changed", u"A.A.gone"}) store.WriteValue(name, u"1", 0);
+    const TemporaryFolder elsewhere;
+    {
+        Store backup(elsewhere.PathOf(""));
+        backup.WriteValue(u"A.A.never", u"1", 0);
+        backup.DeleteValue(u"A.A.never");
+        backup.WriteValue(u"A.A.same", u"1", 0);
+        backup.WriteValue(u"A.A.changed", u"2", 0);
+        backup.WriteValue(u"A.A.new", u"3", 0);
+    }
+    Recorder recorder;
+    store.Subscribe(u"A", &recorder);
+    for (const char* part : {"-wal", "-shm"}) fs::remove(folder.PathOf(file + part));
+    fs::rename(elsewhere.PathOf("settings.db"), folder.PathOf(file));
+    const Lines expected = {"A|A|gone: 1->", "A|A|changed: 1->2", "A|A|new: ->3"};
+    EXPECT_EQ(recorder.Take(expected.back()), expected);
+    EXPECT_EQ(store.WriteValue(u"A.A.same", u"4", 0), Success);
+    EXPECT_EQ(Read(*std::make_unique<Store>(path), u"A.A.same"), u"4");
+    store.Unsubscribe(u"A", &recorder);
+}
+
 TEST_F(StoreTest, WritersOfTwoProcessesAreHeardByBoth) {
     Writer writer(path, 500);
     Store store(path), other(path);
