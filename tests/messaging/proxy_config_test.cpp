@@ -66,16 +66,17 @@ TEST_F(Proxies, TheLastUsedComesFirstAndDirectIfNothingElse) {
 }
 
 TEST_F(Proxies, WithoutStoreTransportOrListThereAreNone) {
-    wire.knobs.makesOthers = false;
-    config.Set(usedKey, uR"({"Mode":1})");
-    CProxyConfig noStore(nullptr, &wire.Transport()), noTransport(&config, nullptr),
-        noList(&config, &wire.Transport());
-    for (CProxyConfig* proxies : {&noStore, &noTransport, &noList}) {
+    const wirelink::ProxySetting used;
+    CProxyConfig noStore(nullptr, &wire.Transport()), noTransport(&config, nullptr);
+    for (CProxyConfig* proxies : {&noStore, &noTransport}) {
         EXPECT_FALSE(proxies->IsValid());
-        EXPECT_EQ(proxies->GetProxyList(), nullptr);
         EXPECT_EQ(proxies->GetUsedProxy(false), nullptr);
-        EXPECT_FALSE(proxies->SetUsedProxy(nullptr, false));
+        EXPECT_FALSE(proxies->SetUsedProxy(&used, false));
     }
+    wire.knobs.makesOthers = false;
+    CProxyConfig noList(&config, &wire.Transport());
+    EXPECT_FALSE(noList.IsValid());
+    EXPECT_EQ(noList.GetProxyList(), nullptr);
 }
 
 TEST_F(Proxies, AnEncipheredListIsRead) {
