@@ -1,28 +1,16 @@
 #include "context/realtime_context.h"
 
+#include <gtest/gtest.h>
+
 #include "context/context_ref.h"
 #include "events/dispatcher_helper.h"
 #include "standins/wirelink/proxy/proxy_setting.h"
-#include "support/failing_memory.h"
-#include "support/fake_wirelink.h"
+#include "support/test_environment.h"
 
 namespace orrery::test {
 namespace {
 
-using Events = std::vector<RecordingEventgate::Event>;
-
-struct RealtimeContext : WirelinkTest {
-    void Make() {
-        context = new CRealtimeContext(&environment.tracebox, &dispatcher);
-        ref = ContextRef(context);
-    }
-
-    CDispatcherHelper dispatcher;
-    CRealtimeContext* context = nullptr;
-    ContextRef ref;
-};
-
-TEST(ProxyUse, AnotherProxyThanTheStoredOneAsksForAConnectivityTest) {
+TEST(RealtimeContext, AnotherProxyThanTheStoredOneAsksForAConnectivityTest) {
     TestEnvironment& environment = TestEnvironment::Get();
     environment.Reset();
     CDispatcherHelper dispatcher;
@@ -35,65 +23,19 @@ TEST(ProxyUse, AnotherProxyThanTheStoredOneAsksForAConnectivityTest) {
         const char* what;
         const char16_t* stored;
         IProxySetting* used;
-        bool isNews;
-    } cases[] = {
-        {"still none", u"", nullptr, false},         {"now one", u"", &one, true},
-        {"none any more", storedOne, nullptr, true}, {"still the same", storedOne, &one, false},
-        {"another", storedOne, &two, true},
-    };
-    for (const auto& [what, stored, used, isNews] : cases) {
+        size_t events;
+    } cases[] = {{"still none", u"", nullptr, 0},
+                 {"now one", u"", &one, 1},
+                 {"none any more", storedOne, nullptr, 1},
+                 {"still the same", storedOne, &one, 0},
+                 {"another", storedOne, &two, 1}};
+    for (const auto& [what, stored, used, events] : cases) {
         environment.config.Set(u"Proxy.Default.LastProxyConfigUsed", stored);
         environment.eventgate.Answer({31});  // changes nothing
-        for (int report = 0; report < 2; ++report) {
-            context->OnProxyUsed(used);
-            const Events expected(isNews, {R"({"ConnectivityTest":{}})", true});
-            EXPECT_EQ(environment.eventgate.Take(), expected) << what;
-        }
+        context->OnProxyUsed(used);
+        const std::vector<RecordingEventgate::Event> expected(events, {R"({"ConnectivityTest":{}})", true});
+        EXPECT_EQ(environment.eventgate.Take(), expected) << what;
     }
-}
-
-TEST_F(RealtimeContext, LivesAsLongAsItsLastHolder) {
-    Make();
-    EXPECT_EQ(context->AddRef(), 2U);
-    EXPECT_EQ(context->Release(), 1U);
-    ContextRef second = ref, third = std::move(second);
-    ref = second;
-    EXPECT_FALSE(ref || second);
-    EXPECT_EQ(third.Get(), context);
-    EXPECT_EQ(wire.observer, context);
-    third = ContextRef();
-    EXPECT_EQ(wire.observer, nullptr);
-}
-
-TEST_F(RealtimeContext, WithoutMemoryItLeavesNothingBehind) {
-    FailEachAllocation([this] { Make(); },
-                       [this](bool threw) {
-                           EXPECT_EQ(ref.Get() == nullptr, threw);
-                           ref = ContextRef();
-                           EXPECT_EQ(wire.observer, nullptr);
-                           EXPECT_EQ(wire.held, 0);
-                           EXPECT_EQ(config.Subscriptions(), 0U);
-                       });
-}
-
-TEST_F(RealtimeContext, TellsTheHostOfNoFailureToStart) {
-    Make();
-    FailEachAllocation([this] { EXPECT_EQ(ref->Start(), 0U); },
-                       [this](bool threw) {
-                           EXPECT_FALSE(threw);
-                           ref->Stop();
-                       });
-    EXPECT_EQ(config.Subscriptions(), 2U) << "those of the polled provider";
-}
-
-TEST_F(RealtimeContext, WithoutTransportItHasNoManagersAndComesAndGoes) {
-    wire.knobs.isThere = false;
-    Make();
-    EXPECT_EQ(context->GetRealtimeManager(), nullptr);
-    EXPECT_EQ(context->GetDmpNotificationsManager(), nullptr);
-    EXPECT_EQ(ref->Start(), 0U);
-    ref->Stop();
-    EXPECT_TRUE(environment.eventgate.Take().empty());
 }
 
 }  // namespace

@@ -20,9 +20,7 @@ constexpr char16_t toHub[] = uR"({"NotificationProvider":6,"RecipientId":"n"})";
 using Lines = std::vector<std::string>;
 
 struct Handlers : WirelinkTest {
-    ~Handlers() override {
-        if (context) context->Stop();
-    }
+    ~Handlers() override { context->Stop(); }
     void BringUp(const WebSocketServer& server) {
         config.Set(u"Communications.Method_CommandHub.Scheme", u"ws");
         config.Set(u"Communications.Method_CommandHub.Hostname", server.Uri().substr(5));
@@ -43,7 +41,6 @@ struct Handlers : WirelinkTest {
         for (const std::string& call : wire.Take()) count += call.starts_with(what);
         return count;
     }
-    WideString Told() const { return config.Value(lastKey).value_or(u""); }
     Lines Log() { return environment.tracebox.Take(); }
 
     TestClock clock;
@@ -54,76 +51,48 @@ struct Handlers : WirelinkTest {
 };
 
 TEST_F(Handlers, ABindIsToldOnceAndKeptIfAccepted) {
-    const Lines unchanged{"10 Should bind to DMP notifications"};
-    const Lines accepted{"10 Should bind to DMP notifications", "10 Binded to DMP notifications"};
-    const Lines retried{"10 DeviceBind requests a delayed retry",
-                        "10 Retrying event DeviceBind in 1800 seconds"};
+    const std::string should = "10 Should bind to DMP notifications";
+    const std::string bound = "10 Binded to DMP notifications";
+    const std::string asks = "10 DeviceBind requests a delayed retry";
+    const std::string retries = "10 Retrying event DeviceBind in 1800 seconds";
+    const std::string refused = "30 Error in DeviceBind response. Error 5 - HTTP Status 403";
+    const std::string lost = "30 Error sending DeviceBind message. Error 12029";
+    const std::string forced = "10 Force DeviceBind required";
+    const char* const empty = R"({"DeviceBind":{}})";
+    const char* const force = R"({"DeviceBind":{"Force":true}})";
+    const char16_t* const otherOrder = uR"({"RecipientId":"n","NotificationProvider":2})";
     const struct {
-        const char* what;
-        const char16_t* told;  // before
-        std::string event = "{}";
-        uint32_t sendResult = 0;
-        uint32_t status = 200;
-        bool writes = true;
-        // Expected:
-        int calls = 1;
-        const char16_t* toldThen = toDmp;
+        const char16_t* toldBefore;
+        const char* event;
+        uint32_t sendResult, status;
+        int calls;
+        const char16_t* toldThen;
         Lines log;
-        bool asksRetry = false;
     } cases[] = {
-        {.what = "nothing told yet", .told = u"", .event = R"({"DeviceBind":{}})", .log = accepted},
-        {.what = "told already", .told = toDmp, .calls = 0, .log = unchanged},
-        {.what = "force is no text",
-         .told = toDmp,
-         .event = R"({"DeviceBind":{"Force":"true"}})",
-         .calls = 0,
-         .log = unchanged},
-        {.what = "force is no array's",
-         .told = toDmp,
-         .event = R"({"DeviceBind":[{"Force":true}]})",
-         .calls = 0,
-         .log = unchanged},
-        {.what = "force",
-         .told = toDmp,
-         .event = R"({"DeviceBind":{"Force":true}})",
-         .log = {"10 Force DeviceBind required", accepted[0], accepted[1]}},
-        {.what = "another order of members counts as a change",
-         .told = uR"({"RecipientId":"n","NotificationProvider":2})",
-         .status = 299,
-         .log = accepted},
-        {.what = "not modified", .told = u"{", .status = 304, .log = accepted, .asksRetry = true},
-        {.what = "refused",
-         .told = u"{",
-         .status = 403,
-         .toldThen = u"{",
-         .log = {unchanged[0], "30 Error in DeviceBind response. Error 5 - HTTP Status 403"},
-         .asksRetry = true},
-        {.what = "not sent",
-         .told = u"{",
-         .sendResult = 12029,
-         .toldThen = u"{",
-         .log = {unchanged[0], "30 Error sending DeviceBind message. Error 12029"},
-         .asksRetry = true},
-        {.what = "not stored",
-         .told = u"{",
-         .writes = false,
-         .toldThen = u"{",
-         .log = {accepted[0], accepted[1], "30 Error: Cannot save last bind info sent"}},
+        {u"", empty, 0, 200, 1, toDmp, {should, bound}},
+        {toDmp, "{}", 0, 200, 0, toDmp, {should}},
+        {toDmp, R"({"DeviceBind":{"Force":"true"}})", 0, 200, 0, toDmp, {should}},
+        {toDmp, R"({"DeviceBind":[{"Force":true}]})", 0, 200, 0, toDmp, {should}},
+        {toDmp, force, 0, 200, 1, toDmp, {forced, should, bound}},
+        {otherOrder, "{}", 0, 299, 1, toDmp, {should, bound}},
+        {u"{", "{}", 0, 304, 1, toDmp, {should, bound, asks, retries}},
+        {u"{", "{}", 0, 403, 1, u"{", {should, refused, asks, retries}},
+        {u"{", "{}", 12029, 200, 1, u"{", {should, lost, asks, retries}},
     };
     for (const auto& one : cases) {
-        config.Set(lastKey, one.told);
-        config.FailWrites(one.writes ? 0 : 1);
+        config.Set(lastKey, one.toldBefore);
         wire.knobs.sendResult = one.sendResult;
         wire.knobs.reply.status = one.status;
-        Lines log = one.log;
-        if (one.asksRetry) log.insert(log.end(), retried.begin(), retried.end());
-        EXPECT_EQ(Execute(u"DeviceBind", one.event), 0U) << one.what;
-        EXPECT_EQ(Calls("send"), one.calls) << one.what;
-        EXPECT_EQ(Told(), one.toldThen) << one.what;
-        EXPECT_EQ(Log(), log) << one.what;
-        EXPECT_EQ(environment.eventgate.Take().size(), size_t{one.asksRetry}) << one.what;
+        EXPECT_EQ(Execute(u"DeviceBind", one.event), 0U);
+        EXPECT_EQ(Calls("send"), one.calls);
+        EXPECT_EQ(config.Value(lastKey), one.toldThen);
+        EXPECT_EQ(Log(), one.log);
     }
-    wire.knobs = {.isThere = false};
+    wire.knobs = {};
+    config.FailWrites(1);
+    EXPECT_EQ(Execute(u"DeviceBind"), 0U);
+    EXPECT_EQ(Log(), (Lines{should, bound, "30 Error: Cannot save last bind info sent"}));
+    wire.knobs.isThere = false;
     EXPECT_THROW(Execute(u"DeviceBind"), std::logic_error);
     wire.knobs.isThere = true;
 }
@@ -139,53 +108,30 @@ TEST_F(Handlers, BindsOfAProcessFollowOneAnother) {
     EXPECT_EQ(Calls("send"), 1);
 }
 
-TEST_F(Handlers, ABindNamesTheChannelOnceThatIsUpAndNothingWithoutIds) {
-    config.Set(lastKey, toDmp);
+TEST_F(Handlers, ABindNamesTheChannelThatIsUpAndNothingWithoutIds) {
     const WebSocketServer server(ServerManner::Greets);
     BringUp(server);
     EXPECT_EQ(Execute(u"DeviceBind"), 0U);
-    EXPECT_EQ(Calls("send"), 1);
-    EXPECT_EQ(Told(), toHub);
+    EXPECT_EQ(config.Value(lastKey), toHub);
     EXPECT_EQ(Log(), (Lines{"10 Should bind to CommandHub notifications (real time)",
                             "10 Binded to CommandHub notifications (real time)"}));
+    EXPECT_EQ(Calls("send"), 1);
     for (const char16_t* id : {u"Register.Notification.NotificationId", u"Register.Register.DeviceId"}) {
         const WideString value = *config.Value(id);
         config.Set(id, u"");
-        EXPECT_EQ(Execute(u"DeviceBind", R"({"DeviceBind":{"Force":true}})"), 0U) << ToUtf8(id);
+        EXPECT_EQ(Execute(u"DeviceBind", R"({"DeviceBind":{"Force":true}})"), 0U);
         EXPECT_EQ(Calls("send"), 0) << ToUtf8(id);
-        EXPECT_TRUE(environment.eventgate.Take().empty()) << ToUtf8(id);
         config.Set(id, value);
     }
 }
 
-TEST_F(Handlers, EventsAfterTheStopDoNothing) {
-    context = ContextRef();
-    registry.GiveUpContext();
-    wire.Take();
-    for (const char16_t* event :
-         {u"DeviceBind", u"NotificationCheck", u"RealtimeClear", u"RealtimeEnable", u"RealtimeDisable"})
-        EXPECT_EQ(Execute(event), 0U) << ToUtf8(event);
-    EXPECT_TRUE(wire.Take().empty());
-    EXPECT_TRUE(Log().empty());
-    EXPECT_TRUE(environment.eventgate.Take().empty());
-    EXPECT_EQ(config.Subscriptions(), 0U);
-}
-
-TEST(DeviceBindInfo, KnowsWhatWasToldAndWhatIsToBeTold) {
-    TestEnvironment& environment = TestEnvironment::Get();
-    environment.Reset();
+TEST_F(Handlers, ARecordOfNothingHasNothingToTell) {
+    config.Set(lastKey, toHub);
     CDeviceBindInfo nothing(ProviderNone, nullptr, {});
-    EXPECT_EQ(nothing.BuildMessage(), nullptr);
-    EXPECT_TRUE(nothing.HasChanged());
-    EXPECT_FALSE(nothing.SaveLastInfoSent());
-    environment.config.Set(lastKey, toHub);
-    const CDeviceBindInfo told(ProviderNone, nullptr, {});
-    EXPECT_EQ(told.lastProvider, ProviderCommandHub);
-    EXPECT_EQ(told.lastRecipientId, u"n");
-    EXPECT_TRUE(CDeviceBindInfo(ProviderNone, nullptr, {}).HasChanged()) << "nothing isn't what was told";
-    EXPECT_FALSE(CDeviceBindInfo(ProviderCommandHub, nullptr, u"n").HasChanged());
+    EXPECT_EQ(nothing.lastRecipientId, u"n");
+    EXPECT_TRUE(!nothing.BuildMessage() && nothing.HasChanged() && !nothing.SaveLastInfoSent());
     EXPECT_TRUE(CDeviceBindInfo(ProviderCommandHub, nullptr, {}).SaveLastInfoSent());
-    EXPECT_EQ(environment.config.Value(lastKey), uR"({"NotificationProvider":6})");
+    EXPECT_EQ(config.Value(lastKey), uR"({"NotificationProvider":6})");
 }
 
 TEST_F(Handlers, APollIsMadeWherePushDoesNotReach) {

@@ -1,11 +1,17 @@
 #include "support/recording_services.h"
 
 #include <chrono>
+#include <regex>
 
 #include "platform/text.h"
 #include "standins/tracebox/log_line.h"
 
 namespace orrery::test {
+
+std::string WithoutIds(const std::string& text) {
+    static const std::regex id("\\{[0-9a-f-]{36}\\}");
+    return std::regex_replace(text, id, "{id}");
+}
 
 std::vector<RecordingEventgate::Event> RecordingEventgate::Take() {
     MutexLock lock(mutex);

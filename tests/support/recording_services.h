@@ -14,6 +14,9 @@
 
 namespace orrery::test {
 
+// With "{id}" in place of every id that was made for it.
+std::string WithoutIds(const std::string& text);
+
 class RecordingEventgate final : public IEventgate {
   public:
     using Event = std::pair<std::string, bool>;  // text in UTF-8, and the flag
