@@ -31,8 +31,8 @@ int64_t SteadyTicks();
 // The steady time that lies so far ahead, at most a century.
 int64_t SteadyDeadline(std::chrono::milliseconds wait);
 std::chrono::nanoseconds TimeUntil(int64_t steadyDeadline);
-// Waits with `mutex` held until `condition` is notified, which may be for nothing; false once the deadline has
-// passed.
+// Waits with `mutex` held until `condition` is notified, which may be for nothing; false once the deadline
+// has passed.
 bool WaitUntil(ConditionVariable& condition, Mutex& mutex, int64_t steadyDeadline) REQUIRES(mutex);
 // Seconds since 1970-01-01 UTC.
 int64_t UtcSeconds();
