@@ -7,6 +7,7 @@
 #include <atomic>
 #include <concepts>
 #include <cstdint>
+#include <new>
 #include <string>
 
 #include "contracts/wide_string.h"
@@ -68,9 +69,12 @@ class Trace {
     template <class... Payload>
     static void Write(Level level, Flag flag, const Message& message, const Payload&... payload) {
         if (!Enabled(level, flag)) return;
-        std::string record(message.text);
-        (Append(record, payload), ...);
-        WriteRecord(level, message, record);
+        try {
+            std::string record(message.text);
+            (Append(record, payload), ...);
+            WriteRecord(level, message, record);
+        } catch (const std::bad_alloc&) {  // the record is lost, and nothing else
+        }
     }
     static bool Enabled(Level level, Flag flag) {
         const uint64_t word = session.load(std::memory_order_relaxed);

@@ -27,7 +27,8 @@ bool DecipherAes256(std::string_view key, std::string_view iv, std::string_view 
 
 // RFC 4648, standard alphabet, padded, one line.
 std::string Base64(std::string_view bytes);
-// Fails for the empty text, for any other character and for a length that isn't a multiple of 4.
+// Fails for the empty text, for any other character and for a length that isn't a multiple of 4. Each `=`, in
+// whichever group of four, makes what its group gives one byte shorter.
 bool DecodeBase64(std::string_view text, std::string& bytes);
 
 }  // namespace orrery::platform

@@ -1,7 +1,7 @@
 // Conversions between wide text, UTF-8 and the system's ANSI code page. Safe from any thread.
 //
 // Each works on the zero-terminated form: text stops at the first NUL. The empty text converts to the empty
-// text. False only when nothing could be converted; `out` is then untouched.
+// text. False only when nothing could be converted or memory ran out; `out` is then untouched.
 #pragma once
 
 #include <string>
@@ -24,7 +24,8 @@ bool AnsiToWide(std::string_view in, WideString& out);
 std::string ToUtf8(WideView in);
 WideString ToWide(std::string_view in);
 
-// Compares without regard to case, ASCII letters only: the names of settings, sections and schemes.
+// Compares without regard to case, each code unit by its own lower case: no letter becomes two, and letters
+// beyond the basic plane compare exactly.
 bool EqualNoCase(WideView left, WideView right);
 
 }  // namespace orrery

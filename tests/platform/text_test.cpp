@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <ctime>
+
 #include "platform/linux/code_page.h"
 
 namespace orrery {
@@ -43,10 +46,33 @@ TEST(Text, UnpairedSurrogatesBecomeReplacementCharacters) {
     EXPECT_EQ(ToUtf8(WideString{lead, lead, trail, lead}), "\xEF\xBF\xBD\xF0\x9F\x98\x80\xEF\xBF\xBD");
 }
 
+// Against text of the same length that the page has: no absolute times.
+TEST(CodePage, WhatItLacksCostsLittleMore) {
+    const auto time = [](char16_t unit) {
+        const WideString text(100'000, unit);
+        std::string narrow;
+        const std::clock_t start = std::clock();
+        EXPECT_TRUE(CodePage("ISO-8859-1").FromWide(text, narrow));
+        return std::clock() - start;
+    };
+    EXPECT_LT(time(u'\u20AC'), 100 * std::max<std::clock_t>(time(u'\u00E4'), 500));
+}
+
+TEST(Text, CaseIsThatOfEveryLetter) {
+    EXPECT_TRUE(EqualNoCase(u"aZ\u00C4\u0416\u03A9\u1E9E\u2C00", u"Az\u00E4\u0436\u03C9\u00DF\u2C30"));
+    EXPECT_TRUE(EqualNoCase(u"", u""));
+    const std::pair<WideView, WideView> others[] = {
+        {u"@[`{", u"`{@["}, {u"\u00E4", u"a"}, {u"\u00D7", u"\u00F7"}, {u"a", u"ab"}, {u"K", u"L"},
+    };
+    for (const auto& [one, other] : others) EXPECT_FALSE(EqualNoCase(one, other)) << ToUtf8(one);
+}
+
 TEST(CodePage, WhatItLacksAndMalformedBytesAreReplaced) {
     std::string narrow;
     ASSERT_TRUE(CodePage("ISO-8859-1").FromWide(u"\u00E4\u20AC\U0001F600z\xD83D", narrow));
     EXPECT_EQ(narrow, "\xE4??z?");
+    ASSERT_TRUE(CodePage("ISO-8859-1").FromWide(u"\u20ACab\u00E4\U0001F600\u20ACabcdefg\U0001F600h", narrow));
+    EXPECT_EQ(narrow, "?ab\xE4??abcdefg?h");
     const CodePage page("EUC-JP");
     const WideString text(10'000, u'\u3042');
     WideString wide;

@@ -65,11 +65,12 @@ WideString WideOf(const std::string& bytes) {
     return text;
 }
 
-// Code units of the character at the front of `text`, malformed or not.
-size_t FirstCharacter(WideView text) {
+// The front of `text`, of `size` code units or one more: no surrogate pair is cut.
+WideView Front(WideView text, size_t size) {
     const auto isLead = [](char16_t unit) { return (unit & 0xFC00) == 0xD800; };
     const auto isTrail = [](char16_t unit) { return (unit & 0xFC00) == 0xDC00; };
-    return text.size() > 1 && isLead(text[0]) && isTrail(text[1]) ? 2 : 1;
+    const bool cutsPair = size < text.size() && isLead(text[size - 1]) && isTrail(text[size]);
+    return text.substr(0, cutsPair ? size + 1 : size);
 }
 
 }  // namespace
@@ -78,14 +79,20 @@ bool CodePage::FromWide(WideView in, std::string& out) const {
     Conversion conversion(characterSet.c_str(), wideSet);
     if (!conversion.IsOpen()) return false;
     std::string result;
-    std::string_view rest = BytesOf(in);
-    while (!rest.empty()) {
-        conversion.Run(rest, result);
-        if (rest.empty()) break;
+    // iconv goes over thousands of characters before it tells that it lacks the first of them. So it is given
+    // few behind such a one, and more again as long as it has them.
+    size_t size = in.size();
+    while (!in.empty()) {
+        std::string_view piece = BytesOf(Front(in, size));
+        const size_t given = piece.size();
+        conversion.Run(piece, result);
+        in.remove_prefix((given - piece.size()) / sizeof(char16_t));
+        size *= 2;
+        if (piece.empty()) continue;
         std::string_view questionMark = BytesOf(u"?");
         conversion.Run(questionMark, result);
-        rest.remove_prefix(FirstCharacter(in.substr(in.size() - rest.size() / sizeof(char16_t))) *
-                           sizeof(char16_t));
+        in.remove_prefix(Front(in, 1).size());
+        size = 1;
     }
     conversion.Finish(result);
     out = std::move(result);

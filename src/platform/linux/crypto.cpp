@@ -3,6 +3,7 @@
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace orrery::platform {
@@ -42,10 +43,8 @@ bool RunAes256(bool encipher, std::string_view key, std::string_view iv, std::st
 }
 
 bool IsBase64(std::string_view text) {
-    constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    const size_t end = text.find_last_not_of('=');
-    return !text.empty() && text.size() % 4 == 0 && end != text.npos && text.size() - end <= 3 &&
-           text.substr(0, end + 1).find_first_not_of(alphabet) == text.npos;
+    constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=";
+    return !text.empty() && text.size() % 4 == 0 && text.find_first_not_of(alphabet) == text.npos;
 }
 
 }  // namespace
@@ -99,10 +98,13 @@ std::string Base64(std::string_view bytes) {
 
 bool DecodeBase64(std::string_view text, std::string& bytes) {
     if (!IsBase64(text)) return false;
-    std::string result(text.size() / 4 * 3, '\0');
-    if (::EVP_DecodeBlock(Bytes(result), Bytes(text), static_cast<int>(text.size())) < 0) return false;
-    const size_t padding = text.size() - 1 - text.find_last_not_of('=');
-    result.resize(result.size() - padding);
+    std::string groups(text.size() / 4 * 3, '\0');
+    if (::EVP_DecodeBlock(Bytes(groups), Bytes(text), static_cast<int>(text.size())) < 0) return false;
+    std::string result;
+    for (size_t at = 0; at < text.size(); at += 4) {
+        const auto padding = static_cast<size_t>(std::ranges::count(text.substr(at, 4), '='));
+        result.append(groups, at / 4 * 3, 3 - std::min<size_t>(padding, 3));
+    }
     bytes = std::move(result);
     return true;
 }

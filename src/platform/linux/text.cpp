@@ -3,6 +3,7 @@
 #include <langinfo.h>
 #include <locale.h>
 #include <utf8.h>
+#include <wctype.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -106,27 +107,15 @@ WideString Decode(std::string_view in) {
     return result;
 }
 
-// True if all of it is ASCII without a NUL: the most frequent text by far, in one loop without branches.
-bool WidenPlain(std::string_view in, char16_t* to) {
-    unsigned char all = 0;
-    unsigned char nul = 0;
-    for (size_t i = 0; i < in.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(in[i]);
-        to[i] = byte;
-        all |= byte;
-        nul |= byte == 0;
-    }
-    return all < 0x80 && nul == 0;
-}
-
-// The same for the way back.
-bool NarrowPlain(WideView in, char* to) {
-    char16_t all = 0;
-    char16_t nul = 0;
-    for (size_t i = 0; i < in.size(); ++i) {
-        to[i] = static_cast<char>(in[i]);
-        all |= in[i];
-        nul |= in[i] == 0;
+// True if all of it is ASCII without a NUL: the most frequent text by far, told in one loop without branches.
+template <class Unit>
+bool IsPlain(std::basic_string_view<Unit> text) {
+    using Bits = std::make_unsigned_t<std::conditional_t<sizeof(Unit) == 1, char, int16_t>>;
+    Bits all = 0;
+    Bits nul = 0;
+    for (const Unit unit : text) {
+        all = static_cast<Bits>(all | unit);
+        nul = static_cast<Bits>(nul | (unit == 0));
     }
     return all < 0x80 && nul == 0;
 }
@@ -149,36 +138,42 @@ const platform::CodePage* AnsiPage() {
     return characterSet.empty() ? nullptr : &page;
 }
 
+// Beyond ASCII by the table of the C library, which is Unicode's in every locale of UTF-8. Without this
+// locale only ASCII letters have two cases.
 char16_t ToLower(char16_t unit) {
-    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit - u'A' + u'a') : unit;
+    static const locale_t locale = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t());
+    if (unit < 0x80) return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit | 0x20) : unit;
+    return locale ? static_cast<char16_t>(::towlower_l(unit, locale)) : unit;
 }
 
 }  // namespace
 
 bool WideToUtf8(WideView in, std::string& out) try {
-    out.resize(in.size());
-    if (!NarrowPlain(in, out.data())) out = Encode(UpToNul(in));
+    out = IsPlain(in) ? std::string(in.begin(), in.end()) : Encode(UpToNul(in));
     return true;
 } catch (const std::bad_alloc&) {
     return false;
 }
 
 bool Utf8ToWide(std::string_view in, WideString& out) try {
-    out.resize(in.size());
-    if (!WidenPlain(in, out.data())) out = Decode(UpToNul(in));
+    out = IsPlain(in) ? WideString(in.begin(), in.end()) : Decode(UpToNul(in));
     return true;
 } catch (const std::bad_alloc&) {
     return false;
 }
 
-bool WideToAnsi(WideView in, std::string& out) {
+bool WideToAnsi(WideView in, std::string& out) try {
     const platform::CodePage* const page = AnsiPage();
     return page ? page->FromWide(UpToNul(in), out) : WideToUtf8(in, out);
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
-bool AnsiToWide(std::string_view in, WideString& out) {
+bool AnsiToWide(std::string_view in, WideString& out) try {
     const platform::CodePage* const page = AnsiPage();
     return page ? page->ToWide(UpToNul(in), out) : Utf8ToWide(in, out);
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 std::string ToUtf8(WideView in) {
