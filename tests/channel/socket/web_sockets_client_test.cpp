@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <future>
 
 #include "platform/text.h"
@@ -45,7 +46,7 @@ TEST_F(WebSocketsClientTest, SendsOnlyWhileConnected) {
     ASSERT_TRUE(client->Connect());
     EXPECT_TRUE(client->Connect());
     EXPECT_EQ(client->GetState(), ChannelConnected);
-    EXPECT_THAT(log.Take("connected"), ElementsAre("connected", "connected")) << "the earlier one just goes";
+    EXPECT_THAT(log.Take(), ElementsAre("connected", "closed", "connected")) << "the earlier one goes first";
     client->SetMessageHandler(nullptr);
     client->SetMessageHandler([this](const WideString&) {
         log.Note("thrown");
@@ -79,12 +80,69 @@ TEST_F(WebSocketsClientTest, TestModeLeavesTheTrafficInFiles) {
 
 TEST_F(WebSocketsClientTest, LosesNoEarlyMessage) {
     WebSocketServer server(ServerManner::Greets);
-    for (int round = 0; round < 20; ++round) {
+    for (int round = 0; round < 30; ++round) {
         Make(server.Uri());
         client->SetConnectHandler(nullptr);
+        client->SetMessageHandler([this](const WideString& text) {
+            log.Note(ToUtf8(text) + (client->GetState() == ChannelConnected ? "" : " while closed"));
+        });
         ASSERT_TRUE(client->Connect());
         EXPECT_THAT(log.Take("9"), ElementsAre("0", "1", "2", "3", "4", "5", "6", "7", "8", "9"));
     }
+}
+
+TEST_F(WebSocketsClientTest, AReconnectThatFailsLeavesNoConnection) {
+    WebSocketServer server(ServerManner::Echoes);
+    Make(server.Uri());
+    ASSERT_TRUE(client->Connect());
+    server.Behave(ServerManner::Refuses);
+    EXPECT_FALSE(client->Connect());
+    EXPECT_EQ(client->GetState(), ChannelClosed);
+    EXPECT_FALSE(client->Send(u"too late"));
+    client.reset();
+    EXPECT_THAT(log.Take(), ElementsAre("connected", "closed"));
+    EXPECT_THAT(server.closed.Take(), ElementsAre("1000"));
+}
+
+// How often the tests of races try: 100 times, or as often as the environment says.
+int Rounds() {
+    const char* const rounds = std::getenv("ORRERY_SOCKET_ROUNDS");
+    return rounds ? std::atoi(rounds) : 100;
+}
+
+// Several at once, as the library's pool has two threads to lose.
+TEST_F(WebSocketsClientTest, GoesRightBehindASend) {
+    std::vector<std::future<void>> users;
+    for (int user = 0; user < 4; ++user) {
+        users.push_back(std::async(std::launch::async, [] {
+            WebSocketServer server(ServerManner::Echoes);
+            for (int round = 0; round < Rounds(); ++round) {
+                WebSocketsClient dropped(server.Uri(), nullptr);
+                ASSERT_TRUE(dropped.Connect()) << round;
+                ASSERT_TRUE(dropped.Send(u"word")) << round;
+            }
+        }));
+    }
+}
+
+TEST_F(WebSocketsClientTest, HandlersMaySendAndCloseWhileOthersConnectAndClose) {
+    WebSocketServer server(ServerManner::Greets);
+    Make(server.Uri());
+    std::atomic<int> calls{0};
+    const auto sendAndClose = [&] {
+        client->Send(u"word");
+        if (++calls % 7 == 0) client->Close();
+        client->Send(u"word");
+    };
+    client->SetMessageHandler([&](const WideString&) { sendAndClose(); });
+    client->SetCloseHandler(sendAndClose);
+    for (int round = 0; round < Rounds(); ++round) {
+        if (round % 3 != 0) client->Close();
+        client->Connect();
+    }
+    client->Close();
+    EXPECT_EQ(client->GetState(), ChannelClosed);
+    EXPECT_GT(calls, Rounds());
 }
 
 TEST_F(WebSocketsClientTest, AFailedAttemptReachesNoHandler) {
@@ -113,14 +171,16 @@ TEST_F(WebSocketsClientTest, TellsEachLossOnce) {
         });
         ASSERT_TRUE(client->Connect());
         client->Send(u"word");
-        log.Take("closed");
+        EXPECT_THAT(log.Take("closed"), ElementsAre("connected", "closed")) << static_cast<int>(manner);
         EXPECT_EQ(client->GetState(), ChannelClosed);
         client.reset();
         EXPECT_THAT(log.Take(), testing::IsEmpty()) << static_cast<int>(manner);
     }
     WebSocketServer hasty(ServerManner::ClosesAtOnce);
     Make(hasty.Uri());
-    if (client->Connect()) log.Take("closed");
+    if (client->Connect()) {
+        EXPECT_THAT(log.Take("closed"), ElementsAre("connected", "closed"));
+    }
     EXPECT_EQ(client->GetState(), ChannelClosed);
 }
 
