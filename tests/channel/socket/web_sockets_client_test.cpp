@@ -4,9 +4,13 @@
 
 #include <cstdlib>
 #include <future>
+#include <thread>
 
+#include "hub/server/hub_server.h"
 #include "platform/text.h"
+#include "standins/wirelink/proxy/proxy_list.h"
 #include "support/call_log.h"
+#include "support/temporary_folder.h"
 #include "support/test_clock.h"
 #include "support/test_environment.h"
 #include "support/web_socket_server.h"
@@ -143,6 +147,55 @@ TEST_F(WebSocketsClientTest, HandlersMaySendAndCloseWhileOthersConnectAndClose) 
     client->Close();
     EXPECT_EQ(client->GetState(), ChannelClosed);
     EXPECT_GT(calls, Rounds());
+}
+
+TEST_F(WebSocketsClientTest, TellsTheServerOfAProxy) {
+    WebSocketServer server(ServerManner::Echoes);
+    const WideString proxy = ToWide(server.Address());
+    struct {
+        const char* name;
+        WideString proxies;
+        bool direct;
+        const char* header;
+    } const cases[] = {
+        {"direct", u"", true, ""},
+        {"proxy", proxy, false, "yes"},
+        {"behind a proxy that fails", u"127.0.0.1:1;" + proxy, false, "yes"},
+        {"direct behind a proxy that fails", u"127.0.0.1:1", true, ""},
+    };
+    for (const auto& [name, proxies, direct, header] : cases) {
+        wirelink::ProxyList list;
+        list.AddExplicit(proxies.c_str(), u"", u"", u"", false);
+        if (direct) list.AddDirect(false);
+        WebSocketsClient one(server.Uri(), &list);
+        EXPECT_TRUE(one.Connect()) << name;
+        EXPECT_THAT(server.viaProxy.Take(), ElementsAre(header)) << name;
+    }
+}
+
+TEST_F(WebSocketsClientTest, ValidatesCertificatesAsTheSettingSays) {
+    const TemporaryFolder folder;
+    const hub::HubOptions options{
+        .port = 0, .tlsCertificate = folder.PathOf("pem"), .tlsKey = folder.PathOf("key")};
+    const std::string command = "openssl req -x509 -nodes -newkey rsa:2048 -subj /CN=127.0.0.1 -keyout " +
+                                options.tlsKey + " -out " + options.tlsCertificate + " 2>/dev/null";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    hub::HubServer server(options, [](const std::string&) {});
+    std::thread thread([&server] { server.Run(); });
+    const std::string uri = "wss://127.0.0.1:" + std::to_string(server.Port()) + "/commandhub";
+    struct {
+        const char16_t* setting;  // null: absent
+        bool accepts;
+    } const cases[] = {{nullptr, true}, {u"0", true}, {u"1", false}, {u"", false}, {u"false", false}};
+    for (const auto& [setting, accepts] : cases) {
+        TestEnvironment::Get().Reset();
+        if (setting) TestEnvironment::Get().config.Set(u"Realtime.Client.ValidateCertificates", setting);
+        Make(ToWide(uri));
+        EXPECT_EQ(client->Connect(), accepts) << (setting ? ToUtf8(setting) : "absent");
+        client->Close();
+    }
+    server.Stop();
+    thread.join();
 }
 
 TEST_F(WebSocketsClientTest, AFailedAttemptReachesNoHandler) {
