@@ -91,6 +91,7 @@ void WebSocketServer::Serve(Socket& socket) {
     const auto write = [&stream](const std::string& text) { stream.write(asio::buffer(text)); };
     stream.accept(request);
     if (manner == ServerManner::ClosesAtOnce) return stream.close(websocket::close_code::normal);
+    while (manner == ServerManner::FallsSilent) socket.read_some(asio::buffer(some));
     for (int i = 0; manner == ServerManner::Greets && i < 10; ++i) write(std::to_string(i));
     for (;;) {
         boost::beast::flat_buffer word;

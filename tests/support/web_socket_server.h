@@ -18,6 +18,7 @@ enum class ServerManner {
     Refuses,       // with status 401
     ClosesAtOnce,  // right behind the handshake
     Greets,        // with ten frames right behind the handshake
+    FallsSilent,   // behind the handshake: it answers no frame, not even a close
     // The others wait for a frame from the client.
     Echoes,          // a binary frame, a ping, an empty frame, then the text itself
     VanishesOnWord,  // without a close frame

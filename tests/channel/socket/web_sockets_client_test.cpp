@@ -108,6 +108,20 @@ TEST_F(WebSocketsClientTest, AReconnectThatFailsLeavesNoConnection) {
     EXPECT_THAT(server.closed.Take(), ElementsAre("1000"));
 }
 
+// The library waits 5 seconds for the answer to a close.
+TEST_F(WebSocketsClientTest, ASilentPeerHoldsNobodyUp) {
+    WebSocketServer server(ServerManner::FallsSilent);
+    Make(server.Uri());
+    ASSERT_TRUE(client->Connect());
+    auto gone = std::async(std::launch::async, [this] {
+        client->Connect();
+        client.reset();
+    });
+    EXPECT_EQ(gone.wait_for(std::chrono::seconds(4)), std::future_status::ready);
+    gone.get();
+    EXPECT_THAT(log.Take(), ElementsAre("connected", "closed", "connected"));
+}
+
 // How often the tests of races try: 100 times, or as often as the environment says.
 int Rounds() {
     const char* const rounds = std::getenv("ORRERY_SOCKET_ROUNDS");
