@@ -5,13 +5,22 @@
 
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/read.hpp>
+#include <boost/beast/http/string_body.hpp>
 #include <boost/beast/websocket/stream.hpp>
+
+#include <future>
+#include <memory>
+#include <vector>
 
 #include "platform/text.h"
 
 namespace orrery::test {
 
 namespace asio = boost::asio;
+using namespace std::chrono_literals;
+
+namespace http = boost::beast::http;
 namespace websocket = boost::beast::websocket;
 
 WebSocketServer::~WebSocketServer() {
@@ -19,39 +28,49 @@ WebSocketServer::~WebSocketServer() {
     ::shutdown(acceptor.native_handle(), SHUT_RDWR);  // ends an accept that waits; closing wouldn't
     {
         MutexLock hold(lock);
-        ::shutdown(client, SHUT_RDWR);
+        for (const int client : clients) ::shutdown(client, SHUT_RDWR);
     }
     thread.join();
 }
 
 std::u16string WebSocketServer::Uri() const {
-    return ToWide("ws://127.0.0.1:" + std::to_string(acceptor.local_endpoint().port()) + "/p");
+    return ToWide("ws://" + Address() + "/p");
+}
+
+std::string WebSocketServer::Address() const {
+    return "127.0.0.1:" + std::to_string(acceptor.local_endpoint().port());
 }
 
 void WebSocketServer::Run() {
+    std::vector<std::future<void>> served;
     while (!stopped) {
         boost::system::error_code error;
-        Socket socket = acceptor.accept(error);
+        auto socket = std::make_shared<Socket>(acceptor.accept(error));
         if (error) continue;
-        const int own = ::dup(socket.native_handle());
-        SetClient(own);
-        try {
-            Serve(socket);
-        } catch (const boost::system::system_error&) {
-            // The client went, or the test ended.
-        }
-        SetClient(-1);
-        ::close(own);
+        std::erase_if(served, [](const auto& one) { return one.wait_for(0s) == std::future_status::ready; });
+        served.push_back(std::async(std::launch::async, [this, socket] { ServeOne(std::move(*socket)); }));
     }
 }
 
-void WebSocketServer::SetClient(int descriptor) {
+void WebSocketServer::ServeOne(Socket socket) {
+    const int own = ::dup(socket.native_handle());
+    {
+        MutexLock hold(lock);
+        clients.insert(own);
+        if (stopped) ::shutdown(own, SHUT_RDWR);
+    }
+    try {
+        Serve(socket);
+    } catch (const boost::system::system_error&) {
+        // The client went, or the test ended.
+    }
     MutexLock hold(lock);
-    client = descriptor;
-    if (stopped) ::shutdown(client, SHUT_RDWR);
+    clients.erase(own);
+    ::close(own);
 }
 
 void WebSocketServer::Serve(Socket& socket) {
+    const ServerManner manner = nextManner;
     char some[4096];
     while (manner == ServerManner::NeverAnswers) socket.read_some(asio::buffer(some));
     if (manner == ServerManner::Refuses) {
@@ -59,14 +78,27 @@ void WebSocketServer::Serve(Socket& socket) {
         asio::write(socket, asio::buffer(std::string("HTTP/1.1 401 No\r\nContent-Length: 0\r\n\r\n")));
         return;
     }
+    boost::beast::flat_buffer incoming;
+    http::request<http::string_body> request;
+    http::read(socket, incoming, request);
+    if (request.method() == http::verb::connect) {
+        asio::write(socket, asio::buffer(std::string("HTTP/1.1 200 OK\r\n\r\n")));
+        request = {};
+        http::read(socket, incoming, request);
+    }
+    viaProxy.Note(std::string(request["x-zelko-viaproxy"]));
     websocket::stream<Socket&> stream(socket);
     const auto write = [&stream](const std::string& text) { stream.write(asio::buffer(text)); };
-    stream.accept();
+    stream.accept(request);
     if (manner == ServerManner::ClosesAtOnce) return stream.close(websocket::close_code::normal);
+    while (manner == ServerManner::FallsSilent) socket.read_some(asio::buffer(some));
     for (int i = 0; manner == ServerManner::Greets && i < 10; ++i) write(std::to_string(i));
     for (;;) {
         boost::beast::flat_buffer word;
-        stream.read(word);
+        boost::system::error_code error;
+        stream.read(word, error);
+        if (error == websocket::error::closed) closed.Note(std::to_string(stream.reason().code));
+        if (error) return;
         if (manner == ServerManner::VanishesOnWord) return;
         if (manner == ServerManner::ClosesOnWord) return stream.close(websocket::close_code::going_away);
         if (manner == ServerManner::SendsHugeFrame) write(std::string(33'000'000, 'x'));

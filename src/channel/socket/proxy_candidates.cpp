@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <unordered_set>
 #include <utility>
 
 #include "foundation/text/url_text.h"
@@ -17,14 +18,6 @@ namespace {
 
 std::string Narrow(const char16_t* text) {
     return text ? ToUtf8(text) : std::string();
-}
-
-// A candidate with credentials is never dropped: the same proxy may stand in the list for several users.
-void AddCandidate(std::vector<ProxyCandidate>& candidates, ProxyCandidate candidate) {
-    const auto same = [&candidate](const ProxyCandidate& other) {
-        return other.address == candidate.address && other.username.empty() && candidate.username.empty();
-    };
-    if (std::none_of(candidates.begin(), candidates.end(), same)) candidates.push_back(std::move(candidate));
 }
 
 std::string LowerCase(std::string text) {
@@ -60,11 +53,28 @@ WideString LookupUrl(const WideString& uri) {
 
 }  // namespace
 
+// What has been found, in order. A candidate with credentials is never dropped: the same proxy may stand in
+// the list for several users.
+class ProxyCandidateCollector::Found {
+  public:
+    explicit Found(std::vector<ProxyCandidate>& candidates) : candidates(candidates) {}
+
+    void Add(const ProxyCandidate& candidate) {
+        if (!candidate.username.empty() || withoutUser.insert(candidate.address).second)
+            candidates.push_back(candidate);
+    }
+
+  private:
+    std::vector<ProxyCandidate>& candidates;
+    std::unordered_set<std::string> withoutUser;  // their addresses
+};
+
 void ProxyCandidateCollector::CollectProxyCandidates(std::vector<ProxyCandidate>& candidates) const {
+    Found found(candidates);
     if (proxyList && proxyList->BeginEnumeration()) {
         while (const IProxySetting* entry = proxyList->NextEntry()) {
             try {
-                CollectEntry(*entry, candidates);
+                CollectEntry(*entry, found);
             } catch (const std::exception& failure) {
                 Trace::Error("a proxy entry can't be used", entry->Mode(), failure.what());
             }
@@ -74,21 +84,20 @@ void ProxyCandidateCollector::CollectProxyCandidates(std::vector<ProxyCandidate>
     if (candidates.empty()) candidates.emplace_back();
 }
 
-void ProxyCandidateCollector::CollectEntry(const IProxySetting& entry,
-                                           std::vector<ProxyCandidate>& candidates) const {
+void ProxyCandidateCollector::CollectEntry(const IProxySetting& entry, Found& found) const {
     ProxyCandidate candidate;
     candidate.username = Narrow(entry.Username());
     if (!candidate.username.empty()) candidate.password = Narrow(entry.Password());
     switch (entry.Mode()) {
         case ProxyDirect:
-            AddCandidate(candidates, candidate);
+            found.Add(candidate);
             break;
         case ProxyExplicit: {
             const std::string list = Narrow(entry.ProxyList());
             for (size_t begin = 0; begin < list.size();) {
                 const size_t end = std::min(list.find(';', begin), list.size());
                 const std::string piece = list.substr(begin, end - begin);
-                if (ParseProxyAddress(piece, candidate.address)) AddCandidate(candidates, candidate);
+                if (ParseProxyAddress(piece, candidate.address)) found.Add(candidate);
                 begin = end + 1;
             }
             break;
@@ -98,7 +107,7 @@ void ProxyCandidateCollector::CollectEntry(const IProxySetting& entry,
             std::string proxyText;
             if (!ResolveWpadProxy(pacUrl ? pacUrl : u"", proxyText)) break;
             candidate.address = web::uri(proxyText).to_string();
-            AddCandidate(candidates, candidate);
+            found.Add(candidate);
             break;
         }
         default:

@@ -25,7 +25,7 @@ class ProxyCandidateCollector {
     ProxyCandidateCollector(WideString uri, IProxyList* proxyList)
         : uri(std::move(uri)), proxyList(proxyList) {}
 
-    // Never empty: where the list gives nothing, one direct candidate.
+    // `candidates` comes empty. It never ends so: where the list gives nothing, one direct candidate.
     void CollectProxyCandidates(std::vector<ProxyCandidate>& candidates) const;
 
     // A bare host, host:port, scheme://host:port or scheme=host:port. False for no host, for a scheme other
@@ -38,7 +38,8 @@ class ProxyCandidateCollector {
     bool ResolveWpadProxy(const WideString& pacUrl, std::string& proxyText) const;
 
   private:
-    void CollectEntry(const IProxySetting& entry, std::vector<ProxyCandidate>& candidates) const;
+    class Found;
+    void CollectEntry(const IProxySetting& entry, Found& found) const;
 
     const WideString uri;
     IProxyList* const proxyList;

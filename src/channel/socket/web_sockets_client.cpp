@@ -1,16 +1,15 @@
 #include "channel/socket/web_sockets_client.h"
 
-#include <cpprest/ws_client.h>
-#include <pplx/threadpool.h>
+#include <cpprest/uri.h>
 
 #include <exception>
-#include <mutex>
 #include <stdexcept>
-#include <thread>
+#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "channel/socket/proxy_candidates.h"
+#include "channel/socket/web_socket_connection.h"
 #include "foundation/settings/config_helper.h"
 #include "foundation/settings/registration.h"
 #include "foundation/text/numbers.h"
@@ -23,24 +22,9 @@
 
 namespace orrery {
 
-namespace ws = web::websockets::client;
-
 namespace {
 
-// The library's pool has 40 threads unless it is told otherwise before its first use; it serves close
-// handlers and continuations only.
-constexpr size_t poolThreads = 2;
-
-void LimitLibraryPool() {
-    static std::once_flag once;
-    std::call_once(once, [] {
-        try {
-            crossplat::threadpool::initialize_with_threads(poolThreads);
-        } catch (const std::exception& failure) {
-            Trace::Warning("the library's pool exists already", failure.what());
-        }
-    });
-}
+constexpr int32_t normalClosure = 1000;  // RFC 6455, section 7.4.1
 
 WideString StateText(int32_t state) {
     switch (state) {
@@ -53,123 +37,27 @@ WideString StateText(int32_t state) {
     }
 }
 
-// A task that fails and that nobody looks at ends the process.
-void ObserveEnd(const pplx::task<void>& task) {
-    try {
-        task.wait();
-    } catch (const std::exception& failure) {
-        Trace::Error("closing failed", failure.what());
-    }
-}
-
-ws::websocket_client_config Configuration(const ProxyCandidate& candidate, bool validateCertificates) {
-    web::web_proxy proxy;
-    if (!candidate.IsDirect()) proxy = web::web_proxy(web::uri(candidate.address));
-    if (!candidate.username.empty()) proxy.set_credentials({candidate.username, candidate.password});
-    ws::websocket_client_config configuration;
-    configuration.set_proxy(proxy);
-    if (!candidate.IsDirect()) configuration.headers().add("x-zelko-viaproxy", "yes");
-    configuration.set_validate_certificates(validateCertificates);
-    return configuration;
-}
-
 }  // namespace
 
-// What the library's callbacks of one connection share. The handlers are in place before the library
-// connects, so that no early message is lost; what happens to a connection that never came to stand stays in
-// here.
-class WebSocketsClient::Attempt {
-  public:
-    explicit Attempt(std::shared_ptr<Cell> cell) : cell(std::move(cell)) {}
-
-    // The connection stands. False if it was closed already.
-    bool Accept() EXCLUDES(lock) {
-        MutexLock hold(lock);
-        accepted = !closed;
-        return accepted;
-    }
-
-    // True if the owner is to hear of the close.
-    bool NoteClosed() EXCLUDES(lock) {
-        MutexLock hold(lock);
-        closed = true;
-        return accepted;
-    }
-
-    // The owner has another connection, or none: a late close is not its business any more.
-    void Disown() EXCLUDES(lock) {
-        MutexLock hold(lock);
-        accepted = false;
-    }
-
-    void Mute() { muted = true; }
-    bool IsMuted() const { return muted; }
-
-    const std::shared_ptr<Cell> cell;
-
-  private:
-    Mutex lock;
-    bool accepted GUARDED_BY(lock) = false;
-    bool closed GUARDED_BY(lock) = false;
-    std::atomic<bool> muted{false};  // no message is handed on any more
-};
-
-// One library client and what its callbacks share. One object for one attempt: the library dies of a second
-// connect, and of being destroyed on its own callbacks.
-class WebSocketsClient::LibraryClient {
-  public:
-    LibraryClient(const ws::websocket_client_config& configuration, std::shared_ptr<Attempt> attempt)
-        : client(configuration), attempt(std::move(attempt)) {}
-
-    ws::websocket_callback_client client;
-    const std::shared_ptr<Attempt> attempt;
-};
-
-// The library's handlers. An exception that left one would end the process.
+// What a connection calls; the cell tells whether the client is still there.
 struct WebSocketsMessageHandler {
-    std::shared_ptr<WebSocketsClient::Attempt> attempt;
+    std::shared_ptr<WebSocketsClient::Cell> client;
 
-    void operator()(const ws::websocket_incoming_message& message) const {
-        try {
-            Deliver(message);
-        } catch (const std::exception& failure) {
-            Trace::Error("handling a frame failed", failure.what());
-        } catch (...) {
-            Trace::Error("handling a frame failed");
-        }
-    }
-
-    void Deliver(const ws::websocket_incoming_message& message) const {
-        if (attempt->IsMuted()) return;
-        if (message.message_type() != ws::websocket_message_type::text_message) {
-            Trace::Warning("a frame that isn't text was dropped", static_cast<int>(message.message_type()));
-            return;
-        }
+    void operator()(const std::string& utf8) const {
         WideString text;
-        if (!Utf8ToWide(message.extract_string().get(), text)) Trace::Error("a frame can't be converted");
-        attempt->cell->Enter([&text](WebSocketsClient& client) { client.OnMessage(text); });
+        if (!Utf8ToWide(utf8, text)) Trace::Error("a frame can't be converted");
+        client->Enter([&text](WebSocketsClient& sockets) { sockets.OnMessage(text); });
         // Entered anew: the message's handler may have destroyed the client.
         if (!IsTestMode()) return;
-        attempt->cell->Enter(
-            [&text](const WebSocketsClient& client) { client.LogTraffic(text, u"Realtime_Get"); });
+        client->Enter([&text](WebSocketsClient& sockets) { sockets.LogTraffic(text, u"Realtime_Get"); });
     }
 };
 
 struct WebSocketsCloseHandler {
-    std::shared_ptr<WebSocketsClient::Attempt> attempt;
+    std::shared_ptr<WebSocketsClient::Cell> client;
 
-    void operator()(ws::websocket_close_status status, const std::string& reason,
-                    const std::error_code& error) const {
-        if (!attempt->NoteClosed()) return;
-        try {
-            attempt->cell->Enter([&](WebSocketsClient& client) {
-                client.OnClose(static_cast<int32_t>(status), reason, error.value());
-            });
-        } catch (const std::exception& failure) {
-            Trace::Error("handling a close failed", failure.what());
-        } catch (...) {
-            Trace::Error("handling a close failed");
-        }
+    void operator()(int32_t status, const std::string& reason, int32_t error) const {
+        client->Enter([&](WebSocketsClient& sockets) { sockets.OnClose(status, reason, error); });
     }
 };
 
@@ -179,13 +67,12 @@ WebSocketsClient::WebSocketsClient(WideString serverUri, IProxyList* proxyList)
       selfCell(std::make_shared<Cell>(this)),
       configUtil(ConfigUtilOrThrow(nullptr, "configUtil")) {
     if (uri.empty()) throw std::invalid_argument("Uri cannot be empty");
-    LimitLibraryPool();
     GetConfig();
 }
 
 WebSocketsClient::~WebSocketsClient() {
     selfCell->Clear();
-    CleanupConnection();
+    Exchange(nullptr);
 }
 
 void WebSocketsClient::GetConfig() {
@@ -219,22 +106,21 @@ bool WebSocketsClient::SetupConnection() {
 bool WebSocketsClient::TryConnection(const ProxyCandidate& candidate) {
     bool connected = false;
     try {
-        const auto attempt = std::make_shared<Attempt>(selfCell);
-        auto fresh = std::make_unique<LibraryClient>(Configuration(candidate, validateCertificates), attempt);
-        fresh->client.set_close_handler(WebSocketsCloseHandler{attempt});
-        fresh->client.set_message_handler(WebSocketsMessageHandler{attempt});
-        if (fresh->client.connect(web::uri(ToUtf8(uri))).wait() != pplx::completed) return false;
-        state = ChannelConnected;
-        if (!attempt->Accept()) {
-            state = ChannelClosed;
-            return false;
+        const auto fresh =
+            WebSocketConnection::Make(candidate, validateCertificates,
+                                      {WebSocketsMessageHandler{selfCell}, WebSocketsCloseHandler{selfCell}});
+        if (!fresh->Open(ToUtf8(uri))) return false;
+        // The state is that of the connection from its first message on.
+        Exchange(fresh);
+        connected = fresh->Start();
+        if (connected) {
+            OnConnect();
+        } else {
+            Exchange(nullptr);
         }
-        client = std::move(fresh);
-        connected = true;
-        OnConnect();
-    } catch (const ws::websocket_exception& failure) {
+    } catch (const std::system_error& failure) {
         Trace::Error("an attempt failed", WithoutUser(ToWide(candidate.address)), failure.what(),
-                     failure.error_code().value());
+                     failure.code().value());
     } catch (const std::exception& failure) {
         Trace::Error("an attempt failed", WithoutUser(ToWide(candidate.address)), failure.what());
     } catch (...) {
@@ -250,13 +136,11 @@ void WebSocketsClient::OnConnect() {
 bool WebSocketsClient::Send(const WideString& text) {
     bool sent = false;
     try {
-        ws::websocket_outgoing_message message;
-        message.set_utf8_message(ToUtf8(text));
+        const std::string utf8 = ToUtf8(text);
         MutexLock hold(clientLock);
-        if (!client || state != ChannelConnected) return false;
-        client->client.send(message).wait();
-        sent = true;
-        if (IsTestMode()) LogTraffic(text, u"Realtime_Send");
+        const auto connection = Current();
+        sent = connection && connection->Send(utf8);
+        if (sent && IsTestMode()) LogTraffic(text, u"Realtime_Send");
     } catch (const std::exception& failure) {
         Trace::Error("sending a frame failed", failure.what());
     } catch (...) {
@@ -266,24 +150,13 @@ bool WebSocketsClient::Send(const WideString& text) {
 }
 
 void WebSocketsClient::Close() {
-    // A close handler that comes back here has nothing left to close, and must not wait for a Close that
-    // itself waits for the handler's return.
-    if (state == ChannelClosed && selfCell->CallerIsInside()) return;
-    MutexLock hold(clientLock);
-    if (!client) {
-        state = ChannelClosed;
-        return;
+    std::shared_ptr<WebSocketConnection> connection;
+    {
+        MutexLock hold(clientLock);  // waits for a pass or a send, and isn't held over the close
+        connection = Current();
     }
-    if (state == ChannelClosed) return;
-    client->attempt->Mute();
     try {
-        const auto closing = client->client.close(ws::websocket_close_status::normal, {});
-        // On a callback of its own the library would wait for itself: there the close event tells the end.
-        if (selfCell->CallerIsInside()) {
-            closing.then(ObserveEnd);
-        } else {
-            closing.then([this] { state = ChannelClosed; }).wait();
-        }
+        if (connection) connection->Close();
     } catch (const std::exception& failure) {
         Trace::Error("closing failed", failure.what());
     } catch (...) {
@@ -296,8 +169,7 @@ void WebSocketsClient::OnMessage(const WideString& text) {
 }
 
 void WebSocketsClient::OnClose(int32_t status, const std::string& reason, int32_t errorCode) {
-    state = ChannelClosed;
-    if (status == static_cast<int32_t>(ws::websocket_close_status::normal)) {
+    if (status == normalClosure) {
         Trace::Warning("closed", status, reason, errorCode);
     } else {
         Trace::Error("closed", status, reason, errorCode);
@@ -306,7 +178,7 @@ void WebSocketsClient::OnClose(int32_t status, const std::string& reason, int32_
 }
 
 // Short texts, the keep-alive frame above all, would bury the others.
-void WebSocketsClient::LogTraffic(const WideString& text, const WideString& name) const {
+void WebSocketsClient::LogTraffic(const WideString& text, const WideString& name) {
     if (text.size() <= 2) return;
     const CalendarTime now = platform::LocalTime();
     WideString record;
@@ -314,20 +186,34 @@ void WebSocketsClient::LogTraffic(const WideString& text, const WideString& name
     AppendLine(record, u"Time=", DateTimeText(now, ' '));
     AppendLine(record, u"URL=", uri);
     AppendLine(record, u"Body=", text);
-    AppendLine(record, u"State=", StateText(state));
+    AppendLine(record, u"State=", StateText(GetState()));
     WriteMessageFile(MessageFilePath(name, now), record);
 }
 
+// An earlier connection is over before the next attempt begins, its close told.
 void WebSocketsClient::CleanupConnection() {
-    MutexLock hold(clientLock);
-    if (!client) return;
-    client->attempt->Disown();
-    // On a callback of its own the library's client would wait for itself. The thread ends when the library
-    // has closed, which takes it 10 seconds at most.
-    if (selfCell->CallerIsInside()) {
-        std::thread([gone = std::move(client)]() mutable { gone.reset(); }).detach();
+    std::shared_ptr<WebSocketConnection> dropped;
+    {
+        MutexLock hold(clientLock);
+        dropped = Exchange(nullptr);
     }
-    client.reset();
+    if (dropped) dropped->Drop();
+}
+
+int32_t WebSocketsClient::GetState() {
+    const auto connection = Current();
+    return connection && connection->Stands() ? ChannelConnected : ChannelClosed;
+}
+
+std::shared_ptr<WebSocketConnection> WebSocketsClient::Current() {
+    MutexLock hold(currentLock);
+    return client;
+}
+
+std::shared_ptr<WebSocketConnection> WebSocketsClient::Exchange(std::shared_ptr<WebSocketConnection> next) {
+    MutexLock hold(currentLock);
+    client.swap(next);
+    return next;
 }
 
 }  // namespace orrery

@@ -1,13 +1,14 @@
 // The text pipe on which the CommandHub protocol runs: a blocking view of one WebSocket. It tries one way
-// after the other until one works, and knows nothing of the protocol or of retries.
+// after the other until one works, converts and records texts, and knows nothing of the protocol or of
+// retries. The life of each connection is WebSocketConnection's.
 //
 // Connect, Close and the destructor belong to the manager's thread; Send also comes from the keep-alive
-// thread; OnMessage and OnClose come on the library's threads. `clientLock` is held while the network is
-// waited for: the library gives up after 5 seconds for each step of a connection, and for a close.
+// thread; OnMessage and OnClose come on threads of the library and of the reaper, and their handlers may send
+// and close. `clientLock` is held over a pass and over a send, never while a handler is waited for.
 #pragma once
 
-#include <atomic>
 #include <memory>
+#include <string>
 
 #include "channel/callback_cell.h"
 #include "channel/callback_slot.h"
@@ -19,22 +20,24 @@
 namespace orrery {
 
 struct ProxyCandidate;
+class WebSocketConnection;
 
 class WebSocketsClient final : public IPushChannel {
   public:
     // `proxyList` may be null and outlives the client. Throws std::invalid_argument: "configUtil" without a
     // settings store, "Uri cannot be empty".
     WebSocketsClient(WideString uri, IProxyList* proxyList);
-    // Waits for a callback that is inside, unless it runs on that callback's thread. Doesn't close.
+    // Waits for a callback that is inside, unless it runs on that callback's thread; not for the network.
+    // Close is its caller's to call: what still stands then goes without a word to the close handler.
     ~WebSocketsClient() override;
     WebSocketsClient(const WebSocketsClient&) = delete;
     WebSocketsClient& operator=(const WebSocketsClient&) = delete;
 
-    // One pass over the candidates. The connect handler runs inside it, under `clientLock`: it must not call
-    // back here.
+    // One pass over the candidates; a connection that still stands is dropped first, and its close told. The
+    // connect handler runs inside the pass, under `clientLock`: it must not call back here.
     bool Connect() override EXCLUDES(clientLock);
     void Close() override EXCLUDES(clientLock);
-    int32_t GetState() override { return state; }
+    int32_t GetState() override EXCLUDES(currentLock);
     bool Send(const WideString& text) override EXCLUDES(clientLock);
     void SetConnectHandler(ConnectHandler handler) override { connectHandler.Set(std::move(handler)); }
     void SetMessageHandler(ChannelMessageHandler handler) override { messageHandler.Set(std::move(handler)); }
@@ -45,8 +48,6 @@ class WebSocketsClient final : public IPushChannel {
     void OnClose(int32_t status, const std::string& reason, int32_t errorCode);
 
   private:
-    class Attempt;
-    class LibraryClient;
     using Cell = CallbackCell<WebSocketsClient>;
     friend struct WebSocketsMessageHandler;
     friend struct WebSocketsCloseHandler;
@@ -55,17 +56,21 @@ class WebSocketsClient final : public IPushChannel {
     bool SetupConnection() EXCLUDES(clientLock);
     bool TryConnection(const ProxyCandidate& candidate) REQUIRES(clientLock);
     void CleanupConnection() EXCLUDES(clientLock);
+    std::shared_ptr<WebSocketConnection> Current() EXCLUDES(currentLock);
+    // Gives back the one before.
+    std::shared_ptr<WebSocketConnection> Exchange(std::shared_ptr<WebSocketConnection> next)
+        EXCLUDES(currentLock);
     // One message file; its name tells sent from received.
-    void LogTraffic(const WideString& text, const WideString& name) const;
+    void LogTraffic(const WideString& text, const WideString& name);
 
     const WideString uri;
     IProxyList* const proxyList;
-    std::atomic<int32_t> state{ChannelClosed};
     CallbackSlot<void(const WideString&)> messageHandler;
     CallbackSlot<void()> connectHandler;
     CallbackSlot<void()> closeHandler;
-    std::unique_ptr<LibraryClient> client GUARDED_BY(clientLock);
-    Mutex clientLock;
+    Mutex clientLock;   // one pass or send at a time
+    Mutex currentLock;  // a leaf: the state can be asked for during a pass
+    std::shared_ptr<WebSocketConnection> client GUARDED_BY(currentLock);
     const std::shared_ptr<Cell> selfCell;
     ConfigUtil* configUtil;
     bool validateCertificates = false;

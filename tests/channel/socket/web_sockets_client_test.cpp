@@ -2,10 +2,15 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <future>
+#include <thread>
 
+#include "hub/server/hub_server.h"
 #include "platform/text.h"
+#include "standins/wirelink/proxy/proxy_list.h"
 #include "support/call_log.h"
+#include "support/temporary_folder.h"
 #include "support/test_clock.h"
 #include "support/test_environment.h"
 #include "support/web_socket_server.h"
@@ -45,7 +50,7 @@ TEST_F(WebSocketsClientTest, SendsOnlyWhileConnected) {
     ASSERT_TRUE(client->Connect());
     EXPECT_TRUE(client->Connect());
     EXPECT_EQ(client->GetState(), ChannelConnected);
-    EXPECT_THAT(log.Take("connected"), ElementsAre("connected", "connected")) << "the earlier one just goes";
+    EXPECT_THAT(log.Take(), ElementsAre("connected", "closed", "connected")) << "the earlier one goes first";
     client->SetMessageHandler(nullptr);
     client->SetMessageHandler([this](const WideString&) {
         log.Note("thrown");
@@ -79,12 +84,132 @@ TEST_F(WebSocketsClientTest, TestModeLeavesTheTrafficInFiles) {
 
 TEST_F(WebSocketsClientTest, LosesNoEarlyMessage) {
     WebSocketServer server(ServerManner::Greets);
-    for (int round = 0; round < 20; ++round) {
+    for (int round = 0; round < 30; ++round) {
         Make(server.Uri());
         client->SetConnectHandler(nullptr);
+        client->SetMessageHandler([this](const WideString& text) {
+            log.Note(ToUtf8(text) + (client->GetState() == ChannelConnected ? "" : " while closed"));
+        });
         ASSERT_TRUE(client->Connect());
         EXPECT_THAT(log.Take("9"), ElementsAre("0", "1", "2", "3", "4", "5", "6", "7", "8", "9"));
     }
+}
+
+TEST_F(WebSocketsClientTest, AReconnectThatFailsLeavesNoConnection) {
+    WebSocketServer server(ServerManner::Echoes);
+    Make(server.Uri());
+    ASSERT_TRUE(client->Connect());
+    server.Behave(ServerManner::Refuses);
+    EXPECT_FALSE(client->Connect());
+    EXPECT_EQ(client->GetState(), ChannelClosed);
+    EXPECT_FALSE(client->Send(u"too late"));
+    client.reset();
+    EXPECT_THAT(log.Take(), ElementsAre("connected", "closed"));
+    EXPECT_THAT(server.closed.Take(), ElementsAre("1000"));
+}
+
+// The library waits 5 seconds for the answer to a close.
+TEST_F(WebSocketsClientTest, ASilentPeerHoldsNobodyUp) {
+    WebSocketServer server(ServerManner::FallsSilent);
+    Make(server.Uri());
+    ASSERT_TRUE(client->Connect());
+    auto gone = std::async(std::launch::async, [this] {
+        client->Connect();
+        client.reset();
+    });
+    EXPECT_EQ(gone.wait_for(std::chrono::seconds(4)), std::future_status::ready);
+    gone.get();
+    EXPECT_THAT(log.Take(), ElementsAre("connected", "closed", "connected"));
+}
+
+// How often the tests of races try: 100 times, or as often as the environment says.
+int Rounds() {
+    const char* const rounds = std::getenv("ORRERY_SOCKET_ROUNDS");
+    return rounds ? std::atoi(rounds) : 100;
+}
+
+// Several at once, as the library's pool has two threads to lose.
+TEST_F(WebSocketsClientTest, GoesRightBehindASend) {
+    std::vector<std::future<void>> users;
+    for (int user = 0; user < 4; ++user) {
+        users.push_back(std::async(std::launch::async, [] {
+            WebSocketServer server(ServerManner::Echoes);
+            for (int round = 0; round < Rounds(); ++round) {
+                WebSocketsClient dropped(server.Uri(), nullptr);
+                ASSERT_TRUE(dropped.Connect()) << round;
+                ASSERT_TRUE(dropped.Send(u"word")) << round;
+            }
+        }));
+    }
+}
+
+TEST_F(WebSocketsClientTest, HandlersMaySendAndCloseWhileOthersConnectAndClose) {
+    WebSocketServer server(ServerManner::Greets);
+    Make(server.Uri());
+    std::atomic<int> calls{0};
+    const auto sendAndClose = [&] {
+        client->Send(u"word");
+        if (++calls % 7 == 0) client->Close();
+        client->Send(u"word");
+    };
+    client->SetMessageHandler([&](const WideString&) { sendAndClose(); });
+    client->SetCloseHandler(sendAndClose);
+    for (int round = 0; round < Rounds(); ++round) {
+        if (round % 3 != 0) client->Close();
+        client->Connect();
+    }
+    client->Close();
+    EXPECT_EQ(client->GetState(), ChannelClosed);
+    EXPECT_GT(calls, Rounds());
+}
+
+TEST_F(WebSocketsClientTest, TellsTheServerOfAProxy) {
+    WebSocketServer server(ServerManner::Echoes);
+    const WideString proxy = ToWide(server.Address());
+    struct {
+        const char* name;
+        WideString proxies;
+        bool direct;
+        const char* header;
+    } const cases[] = {
+        {"direct", u"", true, ""},
+        {"proxy", proxy, false, "yes"},
+        {"behind a proxy that fails", u"127.0.0.1:1;" + proxy, false, "yes"},
+        {"direct behind a proxy that fails", u"127.0.0.1:1", true, ""},
+    };
+    for (const auto& [name, proxies, direct, header] : cases) {
+        wirelink::ProxyList list;
+        list.AddExplicit(proxies.c_str(), u"", u"", u"", false);
+        if (direct) list.AddDirect(false);
+        WebSocketsClient one(server.Uri(), &list);
+        EXPECT_TRUE(one.Connect()) << name;
+        EXPECT_THAT(server.viaProxy.Take(), ElementsAre(header)) << name;
+    }
+}
+
+TEST_F(WebSocketsClientTest, ValidatesCertificatesAsTheSettingSays) {
+    const TemporaryFolder folder;
+    const hub::HubOptions options{
+        .port = 0, .tlsCertificate = folder.PathOf("pem"), .tlsKey = folder.PathOf("key")};
+    const std::string command = "openssl req -x509 -nodes -newkey rsa:2048 -subj /CN=127.0.0.1 -keyout " +
+                                options.tlsKey + " -out " + options.tlsCertificate + " 2>/dev/null";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    hub::HubServer server(options, [](const std::string&) {});
+    std::thread thread([&server] { server.Run(); });
+    const std::string uri = "wss://127.0.0.1:" + std::to_string(server.Port()) + "/commandhub";
+    struct {
+        const char16_t* setting;  // null: absent
+        bool accepts;
+    } const cases[] = {{nullptr, true}, {u"0", true}, {u"1", false}, {u"", false}, {u"false", false}};
+    for (const auto& [setting, accepts] : cases) {
+        TestEnvironment::Get().Reset();
+        if (setting) TestEnvironment::Get().config.Set(u"Realtime.Client.ValidateCertificates", setting);
+        Make(ToWide(uri));
+        EXPECT_EQ(client->Connect(), accepts) << (setting ? ToUtf8(setting) : "absent");
+        client->Close();
+    }
+    server.Stop();
+    thread.join();
 }
 
 TEST_F(WebSocketsClientTest, AFailedAttemptReachesNoHandler) {
@@ -113,14 +238,16 @@ TEST_F(WebSocketsClientTest, TellsEachLossOnce) {
         });
         ASSERT_TRUE(client->Connect());
         client->Send(u"word");
-        log.Take("closed");
+        EXPECT_THAT(log.Take("closed"), ElementsAre("connected", "closed")) << static_cast<int>(manner);
         EXPECT_EQ(client->GetState(), ChannelClosed);
         client.reset();
         EXPECT_THAT(log.Take(), testing::IsEmpty()) << static_cast<int>(manner);
     }
     WebSocketServer hasty(ServerManner::ClosesAtOnce);
     Make(hasty.Uri());
-    if (client->Connect()) log.Take("closed");
+    if (client->Connect()) {
+        EXPECT_THAT(log.Take("closed"), ElementsAre("connected", "closed"));
+    }
     EXPECT_EQ(client->GetState(), ChannelClosed);
 }
 
