@@ -271,19 +271,13 @@ TEST_F(RealtimeManagerTest, AConnectionThatOvertakesTheEndIsFollowedByItsBind) {
 TEST_F(RealtimeManagerTest, WithoutDescriptorsOrThreadsItTellsAndStartsLater) {
     dispatcher.RaiseEventText(u"{}", false);
     Events(1);
-    const auto refused = [this](const char* line) {
+    const auto refusedFor = [this](const auto&, const char* line) {
         EXPECT_FALSE(manager->Start());
         EXPECT_THAT(environment.tracebox.Take(), ElementsAre(line));
         EXPECT_THAT(Events(), ElementsAre(bindEvent));
     };
-    {
-        const NoDescriptors none;
-        refused("30 Error 8: Creating realtime thread");
-    }
-    {
-        const NoThreads none;
-        refused("30 Error 11: Creating realtime thread");
-    }
+    refusedFor(NoDescriptors(), "30 Error 8: Creating realtime thread");
+    refusedFor(NoThreads(), "30 Error 11: Creating realtime thread");
     StartAndSettle();
     EXPECT_TRUE(manager->IsPushConnected());
 }
