@@ -62,7 +62,6 @@ CRealtimeManager::~CRealtimeManager() {
     MutexLock hold(lifecycleLock);
     StopLocked(true);
     StopObserving();  // a start that failed observes as well
-    late.reset();     // waits
 }
 
 bool CRealtimeManager::Start() {

@@ -67,9 +67,6 @@ class CRealtimeManager final : public IConfigChangeObserver {
 
     bool started GUARDED_BY(lifecycleLock) = false;
     bool observing GUARDED_BY(lifecycleLock) = false;
-    std::shared_ptr<ManagerThread> thread GUARDED_BY(lifecycleLock);
-    // Outlived its Stop: the next one waits for it, else the destructor.
-    std::shared_ptr<ManagerThread> late GUARDED_BY(lifecycleLock);
     platform::Event enableEvent;
     platform::Event disableEvent;
     platform::Event reconnectEvent;
@@ -83,6 +80,10 @@ class CRealtimeManager final : public IConfigChangeObserver {
     Mutex signalLock;                   // enableEvent against disableEvent
     std::atomic<bool> switched{false};  // `enabled` changed, and the thread doesn't know yet
     const uint64_t stopTimeout;
+    std::shared_ptr<ManagerThread> thread GUARDED_BY(lifecycleLock);
+    // Outlived its Stop: the next one waits for it. The last field, as its end is waited for before the
+    // others go.
+    std::shared_ptr<ManagerThread> late GUARDED_BY(lifecycleLock);
 };
 
 }  // namespace orrery

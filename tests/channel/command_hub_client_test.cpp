@@ -128,13 +128,13 @@ TEST_F(CommandHubClientTest, KeepsAliveAtItsInterval) {
         const char16_t* setting;
         int64_t interval;
     } const cases[] = {
-        {u"45", 45},          {u" 7 s", 7}, {u"2147483647", 2147483647},
-        {u"2147483648", 120}, {u"0", 120},  {u"-5", 120},
-        {u"soon", 120},       {u"", 120},
+        {nullptr, 120},       {u"45", 45}, {u" 7 s", 7}, {u"2147483647", 2147483647},
+        {u"2147483648", 120}, {u"0", 120}, {u"-5", 120}, {u"soon", 120},
+        {u"", 120},
     };
     for (const auto& [setting, interval] : cases) {
-        SCOPED_TRACE(ToUtf8(setting));
-        config.Set(u"Realtime.CommandHub.KeepAliveInterval", setting);
+        SCOPED_TRACE(interval);
+        if (setting) config.Set(u"Realtime.CommandHub.KeepAliveInterval", setting);
         client = std::make_unique<Client>(u"abc", channel.get(), &config);
         for (int connection = 0; connection < 2; ++connection) {
             ASSERT_TRUE(client->Connect());
@@ -150,11 +150,6 @@ TEST_F(CommandHubClientTest, KeepsAliveAtItsInterval) {
             server.Lose();
         }
     }
-    config.FailReadsOf(u"Realtime.CommandHub.KeepAliveInterval");
-    client = std::make_unique<Client>(u"abc", channel.get(), &config);
-    ASSERT_TRUE(client->Connect());
-    EXPECT_TRUE(clock.AdvanceWaiter(120));
-    EXPECT_THAT(server.Take("{}"), Contains("{}"));
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <vector>
 
 #include "platform/text.h"
 #include "support/fake_config_util.h"
@@ -10,94 +10,67 @@
 namespace orrery::test {
 namespace {
 
-RealtimeConfig Read(const char16_t* key, const char16_t* value) {
-    FakeConfigUtil store;
-    store.Set(key, value);
-    RealtimeConfig config;
-    config.Read(store);
-    return config;
-}
-
 TEST(RealtimeConfigTest, ReadsNumbersAndTakesTheDefaultForWhatIsNone) {
+    constexpr uint64_t most = UINT32_MAX, more = most + 1;
     struct {
-        const char16_t* key;
-        uint64_t (*field)(const RealtimeConfig&);
-        uint64_t byDefault;
-        uint64_t largest;
-    } const settings[] = {
-        {u"Realtime.Manager.CheckInterval",
-         [](const RealtimeConfig& config) -> uint64_t { return config.checkInterval; }, 15, UINT32_MAX},
-        {u"Realtime.Manager.MaxConnectionRetries",
-         [](const RealtimeConfig& config) -> uint64_t { return config.retry.maxConnectionRetries; }, 2,
-         UINT32_MAX},
-        {u"Realtime.Manager.SuccesfulTimeAlive",
-         [](const RealtimeConfig& config) { return config.retry.successfulTimeAlive; }, 15, UINT64_MAX},
-        {u"Realtime.Manager.RetriesWait",
-         [](const RealtimeConfig& config) { return config.retry.retriesWait; }, 1800, UINT64_MAX},
+        const char16_t* stored;  // for each of the numbers
+        uint64_t checkInterval, maxConnectionRetries, successfulTimeAlive, retriesWait, behaviour;
+    } const cases[] = {
+        {u"0", 1, 0, 0, 0, 0},
+        {u" +7s", 7, 7, 7, 7, 0},
+        {u"1", 1, 1, 1, 1, 1},
+        {u"", 15, 2, 15, 1800, 1},  // the behaviour stays as it was
+        {u"many", 15, 2, 15, 1800, 1},
+        {u"-7", 15, 2, 15, 1800, 1},
+        {u"4294967296", 15, 2, more, more, 1},
+        {u"18446744073709551616", 15, 2, 15, 1800, 1},
+        {u"4294967295", most, most, most, most, 0},
     };
-    for (const auto& [key, field, byDefault, largest] : settings) {
-        SCOPED_TRACE(ToUtf8(key));
-        EXPECT_EQ(field(Read(u"Realtime.Manager.Other", u"1")), byDefault);
-        EXPECT_EQ(field(Read(key, u" +7s")), 7U);
-        const WideString most = ToWide(std::to_string(largest));
-        EXPECT_EQ(field(Read(key, most.c_str())), largest);
-        for (const WideString& none : {WideString(), WideString(u"many"), WideString(u"-7"), most + u"0"})
-            EXPECT_EQ(field(Read(key, none.c_str())), byDefault) << ToUtf8(none);
-    }
-    EXPECT_EQ(Read(u"Realtime.Manager.CheckInterval", u"0").checkInterval, 1U);
-    EXPECT_EQ(Read(u"Realtime.Manager.MaxConnectionRetries", u"0").retry.maxConnectionRetries, 0U);
-}
-
-TEST(RealtimeConfigTest, SwitchesAreOnUnlessTheyAreZero) {
-    EXPECT_FALSE(Read(u"Realtime.Notifications.Enabled", u"0").enabled);
-    EXPECT_FALSE(Read(u"Realtime.Notifications.CheckOS", u"0").checkOs);
-    for (const char16_t* on : {u"", u"1", u"00", u"false"}) {
-        EXPECT_TRUE(Read(u"Realtime.Notifications.Enabled", on).enabled) << ToUtf8(on);
-        EXPECT_TRUE(Read(u"Realtime.Notifications.CheckOS", on).checkOs) << ToUtf8(on);
-    }
     FakeConfigUtil store;
     RealtimeConfig config;
-    config.enabled = config.checkOs = false;
-    config.Read(store);
-    EXPECT_TRUE(config.enabled && config.checkOs) << "not set";
+    for (const auto& expected : cases) {
+        SCOPED_TRACE(ToUtf8(expected.stored));
+        for (const char16_t* name : {u"CheckInterval", u"MaxConnectionRetries", u"SuccesfulTimeAlive",
+                                     u"RetriesWait", u"BehaviourOnLostConnection"})
+            store.Set(WideString(u"Realtime.Manager.") + name, expected.stored);
+        config.Read(store);
+        EXPECT_EQ(config.checkInterval, expected.checkInterval);
+        EXPECT_EQ(config.retry.maxConnectionRetries, expected.maxConnectionRetries);
+        EXPECT_EQ(config.retry.successfulTimeAlive, expected.successfulTimeAlive);
+        EXPECT_EQ(config.retry.retriesWait, expected.retriesWait);
+        EXPECT_EQ(config.retry.behaviourOnLostConnection, expected.behaviour);
+    }
 }
 
-TEST(RealtimeConfigTest, IntervalsAndTheBehaviourStayWhereTheyCannotBeRead) {
-    struct {
-        const char16_t* key;
-        WideString RetrySettings::*interval;
-        const char16_t* byDefault;
-    } const intervals[] = {
-        {u"Realtime.Manager.CannotConnectRetriesInterval", &RetrySettings::cannotConnectRetriesInterval,
-         u"rand(60,300)"},
-        {u"Realtime.Manager.LostConnectionRetriesInterval", &RetrySettings::lostConnectionRetriesInterval,
-         u"rand(5,15)"},
-    };
-    for (const auto& [key, interval, byDefault] : intervals) {
-        FakeConfigUtil store;
-        RealtimeConfig config;
-        config.Read(store);
-        EXPECT_EQ(config.retry.*interval, byDefault);
-        store.Set(key, u"any text");
-        config.Read(store);
-        store.DeleteValue(key);
-        config.Read(store);
-        EXPECT_EQ(config.retry.*interval, u"any text");
-        store.Set(key, u"");
-        config.Read(store);
-        EXPECT_EQ(config.retry.*interval, byDefault);
-    }
-    struct {
-        const char16_t* value;
-        uint32_t behaviour;
-    } const steps[] = {{u"0", 0}, {u"1", 1}, {u"x", 1}, {u"", 1}, {u"4294967296", 1}, {u"2", 0}, {u"1", 1}};
+TEST(RealtimeConfigTest, ReadsSwitchesAndIntervals) {
+    const WideString cannotConnect = u"Realtime.Manager.CannotConnectRetriesInterval";
+    const WideString lostConnection = u"Realtime.Manager.LostConnectionRetriesInterval";
     FakeConfigUtil store;
     RealtimeConfig config;
-    for (const auto& [value, behaviour] : steps) {
-        store.Set(u"Realtime.Manager.BehaviourOnLostConnection", value);
+    const auto isOn = [&](bool enabled, bool checkOs) {
         config.Read(store);
-        EXPECT_EQ(config.retry.behaviourOnLostConnection, behaviour) << ToUtf8(value);
-    }
+        return config.enabled == enabled && config.checkOs == checkOs;
+    };
+    const auto intervalsAre = [&](const WideString& cannot, const WideString& lost) {
+        config.Read(store);
+        return config.retry.cannotConnectRetriesInterval == cannot &&
+               config.retry.lostConnectionRetriesInterval == lost;
+    };
+    store.Set(u"Realtime.Notifications.Enabled", u"0");
+    EXPECT_TRUE(isOn(false, true));
+    store.Set(u"Realtime.Notifications.Enabled", u"00");
+    store.Set(u"Realtime.Notifications.CheckOS", u"0");
+    EXPECT_TRUE(isOn(true, false));
+
+    EXPECT_TRUE(intervalsAre(u"rand(60,300)", u"rand(5,15)"));
+    store.Set(cannotConnect, u"any");
+    store.Set(lostConnection, u"text");
+    EXPECT_TRUE(intervalsAre(u"any", u"text"));
+    store.DeleteValue(cannotConnect);
+    store.Set(lostConnection, u"");
+    EXPECT_TRUE(intervalsAre(u"any", u"rand(5,15)")) << "only an empty one takes the default";
+    store.Clear();
+    EXPECT_TRUE(isOn(true, true));
 }
 
 }  // namespace
