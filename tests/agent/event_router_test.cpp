@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "agent/events/event_library.h"
 #include "platform/files.h"
 #include "support/call_log.h"
 #include "support/test_environment.h"
@@ -134,6 +135,44 @@ TEST_F(EventRouterTest, DeliveredEventsAreExecutedWhateverTheirNameAndAnExceptio
     ASSERT_TRUE(workers.Drain(60s));
     EXPECT_THAT(module.log.Take(), ElementsAre(R"({"Throw":{}})", R"({"Unlisted":{}})"));
     EXPECT_EQ(Printed()[0], "executed Throw \"exception: broken\"");
+}
+
+TEST_F(EventRouterTest, ATaskThatRunsOnceIsPutAwayWhenItsEventsHaveBeenExecuted) {
+    const auto raiseDispatched = [this] {
+        for (const auto& [text, flag] : eventgate.Take()) Raise(text);
+    };
+    Raise(R"({"SchedulerTaskAdd":{"ScheduleId":"t","ScheduleInfo":{},"Actions":{"Plain":{},"Own":{}}}})");
+    scheduler.RunDue();
+    raiseDispatched();
+    ASSERT_TRUE(workers.Drain(60s));
+    EXPECT_THAT(module.log.Take(), ElementsAre(R"({"Plain":{}})"));
+    EXPECT_THAT(Printed(), UnorderedElementsAre("raised SchedulerTaskAdd null", "executed SchedulerTaskAdd 0",
+                                                "raised Plain null", "raised Own null", "executed Plain 0"));
+    EXPECT_TRUE(store.Value(u"Scheduler.Tasks.t")) << "what the events asked for hasn't been taken yet";
+    raiseDispatched();
+    EXPECT_FALSE(store.Value(u"Scheduler.Tasks.t"));
+    EXPECT_TRUE(Printed().empty());
+}
+
+TEST_F(EventRouterTest, LibrariesThatCannotBeUsedSayWhy) {
+    plugin.reset();  // else it would be found by its name, whatever lies there
+    const WideString folder = platform::WidePath(test::TestEnvironment::Get().root) + u"\\";
+    const std::pair<const char*, const char*> cases[] = {
+        {"no_exports", "Eventgate.dll doesn't export GetIEventgate"},
+        {"null_objects", "Eventgate.dll gives no object"},
+    };
+    for (const auto& [library, words] : cases) {
+        for (const char* name : {"Realtime", "Eventgate"})
+            test::TestEnvironment::Get().Replace(name, library);
+        EXPECT_FALSE(EventLibrary::Load(folder, problem));
+        EXPECT_EQ(problem, words);
+        EXPECT_FALSE(PluginHost::Load(folder, problem));
+        EXPECT_EQ(problem, "Realtime.dll doesn't export GetIPlugin");
+    }
+    test::TestEnvironment::Get().Remove("Realtime");
+    EXPECT_FALSE(PluginHost::Load(folder, problem));
+    EXPECT_THAT(problem, testing::StartsWith("can't load Realtime.dll: "));
+    test::TestEnvironment::Get().Reset();
 }
 
 TEST_F(EventRouterTest, WhatWaitsAtTheStopIsNotRunAndTheModuleIsGivenBackInOrder) {

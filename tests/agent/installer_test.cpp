@@ -21,7 +21,8 @@ TEST(ServerUrl, IsTakenApartOrRefused) {
         {"http://hub", "ws|hub|/commandhub"},
         {"HTTPS://Hub.example:8443/", "wss|Hub.example:8443|/commandhub"},
         {"ws://127.0.0.1:80/other/path", "ws|127.0.0.1:80|/other/path"},
-        {"wss://[::1]:443", "wss|[::1]:443|/commandhub"},
+        {"wss://[::1.2]:65535", "wss|[::1.2]:65535|/commandhub"},
+        {"ws://a-b.c_d", "ws|a-b.c_d|/commandhub"},
     };
     ServerUrl url;
     std::string problem;
@@ -31,7 +32,8 @@ TEST(ServerUrl, IsTakenApartOrRefused) {
     }
     for (const char* text :
          {"hub:80", "ftp://hub", "http://", "http://:80", "http://hub:", "http://hub:0", "http://hub:65536",
-          "http://hub:8x", "http://user:pw@hub", "http://::1", "http://hub/a b", "http://hub/a?b"}) {
+          "http://hub:8x", "http://user:pw@hub", "http://::1", "http://hub/a b", "http://hub/a?b",
+          "http://hub/#a", "http://[::g]", "http://[]", "http://hub,b"}) {
         EXPECT_FALSE(ParseServerUrl(text, url, problem)) << text;
     }
 }
@@ -76,6 +78,8 @@ TEST_F(InstallerTest, WhatCannotBeDoneWholeIsNotBegun) {
     EXPECT_FALSE(LayOutHome(home, libraries, problem));
     EXPECT_THAT(problem, HasSubstr("Wirelink.so"));
     EXPECT_FALSE(fs::exists(home.Folder()));
+    EXPECT_FALSE(LayOutHome(AgentHome(scratch.PathOf("a\\b")), libraries, problem));
+    EXPECT_THAT(problem, HasSubstr("no backslashes"));
     problem.clear();
     EXPECT_FALSE(Apply({.server = "http://hub", .device = "", .site = {}}));
     EXPECT_THAT(problem, HasSubstr("device id is empty"));

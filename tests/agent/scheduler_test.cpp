@@ -28,7 +28,8 @@ TEST(ScheduleTask, StartTimesAndDelays) {
         {R"({"StartTime":"%Now()%","Offset":"1800"})", 30 * minute},
         {R"({"StartTime":"%Now()%","Offset":90,"Every":60,"Repetition":1})", 90'000},
         {R"({"StartTime":"2026-01-01T01:00:00+01:00","Offset":"60"})", minute},
-        {R"({"StartTime":"2025-12-31T23:59:59.250"})", -750},
+        {R"({"StartTime":"2026-01-01T23:59:59.2509-00:30"})", 1470 * minute - 750},
+        {R"({"StartTime":"2026-01-01 00:00:00.5Z"})", 500},
         {R"({"StartTime":"2026-01-01T03:00","LocalTime":true})", 60 * minute},
         {R"({"StartTime":"2026-01-01T03:00Z","LocalTime":true})", 180 * minute},
     };
@@ -39,10 +40,14 @@ TEST(ScheduleTask, StartTimesAndDelays) {
         EXPECT_EQ(ReadTaskRequest(Body(info), now, task), 0u) << info;
         EXPECT_EQ(task.next - now, next) << info;
     }
-    for (const char* info : {R"({"StartTime":"2026-02-30T00:00:00Z"})", R"({"StartTime":"tomorrow"})",
-                             R"({"StartTime":"2026-01-01T00:00:00Zx"})", R"({"Offset":"-5"})",
-                             R"({"Offset":"5m"})", R"({"Offset":"9223372036854775807"})", R"({"Every":-1})",
-                             R"({"Every":true})", R"({"Repetition":2,"DaysOfWeek":[1]})", "[]"}) {
+    for (const char* info :
+         {R"({"StartTime":"2026-02-30T00:00:00Z"})", R"({"StartTime":"tomorrow"})",
+          R"({"StartTime":"2026-01-01T00:00:00Zx"})", R"({"StartTime":"2026-13-01T00:00Z"})",
+          R"({"StartTime":"2026-01-01T24:00Z"})", R"({"StartTime":"2026-01-01T00:60Z"})",
+          R"({"StartTime":"2026-01-01T00:00:60Z"})", R"({"StartTime":"2026-01-01T00:00+24:00"})",
+          R"({"StartTime":"2026-01-01T00:00+00:60"})", R"({"Offset":"-5"})", R"({"Offset":"5m"})",
+          R"({"Offset":"9223372036854775807"})", R"({"Every":-1})", R"({"Every":true})",
+          R"({"Repetition":2,"DaysOfWeek":[1]})", "[]"}) {
         EXPECT_EQ(ReadTaskRequest(Body(info), now, task), 87u) << info;
     }
 }

@@ -125,6 +125,8 @@ TEST_F(Devices, HostileFramesCostAnErrorOrTheConnectionButNotTheHub) {
     EXPECT_EQ(Push(1), R"({"reached":3})");
     EXPECT_EQ(device->Receive(), Pushed(1));
     EXPECT_THAT(Answer(*device, DeviceFrame(10, "\\\"" + open)), StartsWith(welcome)) << "within a text";
+    const std::string deepest = R"({"Type":10,"DeviceId":"a","x":)" + open.substr(2) + shut.substr(2) + "}";
+    EXPECT_THAT(Answer(*device, deepest), StartsWith(welcome));
 
     device->SendFrame("\xff");
     EXPECT_EQ(device->Receive().code, 1007);

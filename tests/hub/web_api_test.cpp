@@ -185,6 +185,10 @@ TEST_F(WebApi, RefusesWhatItCannotRead) {
     };
     for (const auto& [members, words] : faults)
         ExpectRefused({{400, words, "POST", "/api/faults", '{' + std::string(members) + '}'}});
+    std::string members = R"({"x":0)";
+    for (int i = 1; i < 20'000; ++i) members += ",\"" + std::to_string(i) + "\":0";
+    ExpectRefused({{400, "topic is", "POST", "/api/push", members + '}'},
+                   {400, "20,000 members", "POST", "/api/push", members + R"(,"y":0})"}});
     const std::string notify = "/api/notify", text = R"("message":"")";
     ExpectRefused({
         {400, "no JSON object", "POST", "/api/faults", "[]"},
