@@ -259,7 +259,7 @@ TEST_F(RealtimeManagerTest, AConnectionThatOvertakesTheEndIsFollowedByItsBind) {
 }
 
 TEST_F(RealtimeManagerTest, WithoutDescriptorsOrThreadsItTellsAndStartsLater) {
-    dispatcher.RaiseEventText(u"{}", false);
+    dispatcher.RaiseEventText(u"{}", EventOrigin::Remote);
     Events(1);
     const auto refusedFor = [this](const auto&, const char* line) {
         EXPECT_FALSE(manager->Start());
