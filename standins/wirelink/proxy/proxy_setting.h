@@ -2,12 +2,10 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <utility>
 
 #include "contracts/wide_string.h"
 #include "contracts/wirelink.h"
-#include "platform/text.h"
 
 namespace orrery::wirelink {
 
@@ -45,14 +43,5 @@ class ProxySetting final : public IProxySetting {
 };
 
 ProxyValues ValuesOf(const IProxySetting& entry);
-
-// Null reads as empty.
-inline WideString TextOrEmpty(const char16_t* text) {
-    return text ? WideString(text) : WideString();
-}
-
-inline std::string Narrow(const char16_t* text) {
-    return ToUtf8(TextOrEmpty(text));
-}
 
 }  // namespace orrery::wirelink
