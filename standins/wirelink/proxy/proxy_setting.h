@@ -18,6 +18,8 @@ struct ProxyValues {
     WideString wpadUrl{};
     bool wpadAutoDetect = false;
     bool fallback = false;
+
+    bool operator==(const ProxyValues&) const = default;
 };
 
 class ProxySetting final : public IProxySetting {
