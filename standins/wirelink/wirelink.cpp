@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "standins/wirelink/base/wide_text.h"
 #include "standins/wirelink/http/connection.h"
 #include "standins/wirelink/http/response_record.h"
 #include "standins/wirelink/proxy/proxy_list.h"

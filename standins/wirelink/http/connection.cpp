@@ -8,6 +8,7 @@
 #include "platform/error_codes.h"
 #include "platform/text.h"
 #include "standins/wirelink/base/deadline.h"
+#include "standins/wirelink/base/wide_text.h"
 #include "standins/wirelink/http/download_file.h"
 #include "standins/wirelink/http/response_record.h"
 #include "standins/wirelink/signature/request_signature.h"

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "standins/wirelink/base/wide_text.h"
 #include "standins/wirelink/proxy/system_proxy.h"
 
 namespace orrery::wirelink {

@@ -1,5 +1,7 @@
 #include "standins/wirelink/proxy/proxy_setting.h"
 
+#include "standins/wirelink/base/wide_text.h"
+
 namespace orrery::wirelink {
 
 ProxyValues ValuesOf(const IProxySetting& entry) {

@@ -2,12 +2,10 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <utility>
 
 #include "contracts/wide_string.h"
 #include "contracts/wirelink.h"
-#include "platform/text.h"
 
 namespace orrery::wirelink {
 
@@ -20,6 +18,8 @@ struct ProxyValues {
     WideString wpadUrl{};
     bool wpadAutoDetect = false;
     bool fallback = false;
+
+    bool operator==(const ProxyValues&) const = default;
 };
 
 class ProxySetting final : public IProxySetting {
@@ -45,14 +45,5 @@ class ProxySetting final : public IProxySetting {
 };
 
 ProxyValues ValuesOf(const IProxySetting& entry);
-
-// Null reads as empty.
-inline WideString TextOrEmpty(const char16_t* text) {
-    return text ? WideString(text) : WideString();
-}
-
-inline std::string Narrow(const char16_t* text) {
-    return ToUtf8(TextOrEmpty(text));
-}
 
 }  // namespace orrery::wirelink

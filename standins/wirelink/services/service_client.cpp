@@ -10,6 +10,7 @@
 
 #include "platform/files.h"
 #include "platform/text.h"
+#include "standins/wirelink/base/wide_text.h"
 
 namespace orrery::wirelink {
 namespace {

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "platform/crypto.h"
-#include "standins/wirelink/proxy/proxy_setting.h"
+#include "standins/wirelink/base/wide_text.h"
 
 namespace orrery::wirelink {
 namespace {

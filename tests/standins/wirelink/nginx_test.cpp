@@ -64,11 +64,17 @@ TEST_F(NginxTest, PinsAndAuthoritiesDecideTogether) {
     };
     for (const auto& [domain, pins, enabled, authorities, expected] : cases) {
         setenv("SSL_CERT_FILE", folder.PathOf(authorities).c_str(), 1);
-        TrustRules rules;
-        rules.SetEnabled(enabled);
-        rules.Add(domain, pins);
+        std::vector<WideString> texts;
+        std::vector<const char16_t*> pointers;
+        for (const std::string& each : pins) texts.push_back(ToWide(each));
+        texts.push_back(ToWide(pin));  // beyond the count
+        for (const WideString& text : texts) pointers.push_back(text.c_str());
+        TrustStore store;
+        store.SetEnabled(enabled);
+        store.AddTrustedCertificates(ToWide(domain).c_str(), static_cast<uint32_t>(pins.size()),
+                                     pointers.data());
         const auto connection = Open("https://localhost:" + securePort, "GET");
-        connection->SetTrust(rules);
+        connection->SetTrustStore(&store);
         EXPECT_EQ(Send(*connection), expected) << domain << pins.size() << enabled << authorities;
     }
 }

@@ -6,6 +6,7 @@
 #include <poll.h>
 
 #include "platform/error_codes.h"
+#include "standins/wirelink/base/wide_text.h"
 #include "standins/wirelink/http/connection.h"
 #include "support/temporary_folder.h"
 

@@ -9,6 +9,7 @@
 
 #include "platform/text.h"
 #include "standins/wirelink/proxy/proxy_notifier.h"
+#include "standins/wirelink/proxy/proxy_routes.h"
 #include "standins/wirelink/proxy/system_proxy.h"
 #include "standins/wirelink/wirelink.h"
 #include "support/held_call.h"
@@ -49,50 +50,37 @@ TEST(ProxyListTest, KeepsWhatIsAddedInItsOrder) {
     EXPECT_TRUE(
         list->AddEntry(wirelink.CreateProxySetting(ProxyWpad, u"p", u"u", u"w", u"f", u"url", true, true)));
     EXPECT_FALSE(list->AddEntry(nullptr));
-    for (int round = 0; round < 2; ++round) {
-        std::string texts;
-        EXPECT_TRUE(list->BeginEnumeration());
-        while (const IProxySetting* entry = list->NextEntry()) {
-            texts += std::to_string(entry->Mode());
-            for (const char16_t* text : {entry->ProxyList(), entry->Username(), entry->Password(),
-                                         entry->FurtherText(), entry->WPADUrl()})
-                texts += "," + ToUtf8(text);
-            texts +=
-                std::string(entry->WPADAutoDetect() ? " auto" : "") + (entry->Fallback() ? " last; " : "; ");
-        }
-        EXPECT_EQ(texts,
-                  "0,,,,, last; 1,p;q,user,,text,; 2,,user,word,,http://pac last; 1,http://e:1,,,,; "
-                  "1,http://e:1,,,, last; 2,,,,, auto; 2,p,u,w,f,url auto last; ");
-    }
-    list->EndEnumeration();
-    EXPECT_EQ(list->NextEntry(), nullptr);
+    const std::vector<ProxyValues> expected = {
+        {.fallback = true},
+        {ProxyExplicit, u"p;q", u"user", u"", u"text"},
+        {ProxyWpad, u"", u"user", u"word", u"", u"http://pac", false, true},
+        {ProxyExplicit, u"http://e:1"},
+        {.mode = ProxyExplicit, .proxyList = u"http://e:1", .fallback = true},
+        {.mode = ProxyWpad, .wpadAutoDetect = true},
+        {ProxyWpad, u"p", u"u", u"w", u"f", u"url", true, true},
+    };
+    EXPECT_TRUE(EntriesOf(list) == expected);
+    EXPECT_EQ(list->NextEntry(), nullptr) << "after the end";
+    EXPECT_TRUE(EntriesOf(list) == expected) << "from the beginning again";
     wirelink.FreeProxyList(list);
 }
 
 TEST(ProxySettingTest, IsEqualInWhatItsModeUses) {
-    const ProxyValues direct{},
-        proxy{.mode = ProxyExplicit, .proxyList = u"p", .username = u"u", .password = u"w"};
-    const ProxyValues pac{.mode = ProxyWpad, .wpadUrl = u"url"};
-    const auto with = [](ProxyValues values, auto member, auto value) {
-        values.*member = value;
-        return values;
-    };
-    using Values = ProxyValues;
-    const std::tuple<Values, Values, bool> cases[] = {
-        {direct, with(direct, &Values::proxyList, u"p"), true},
-        {direct, proxy, false},
-        {proxy, with(with(proxy, &Values::fallback, true), &Values::wpadUrl, u"url"), true},
-        {proxy, with(proxy, &Values::proxyList, u"q"), false},
-        {proxy, with(proxy, &Values::username, u"v"), false},
-        {proxy, with(proxy, &Values::password, u"x"), false},
-        {pac, with(pac, &Values::proxyList, u"p"), true},
-        {pac, with(pac, &Values::wpadUrl, u"other"), false},
-        {pac, with(pac, &Values::wpadAutoDetect, true), false},
+    const ProxyValues proxy{ProxyExplicit, u"p", u"u", u"w"}, pac{ProxyWpad, u"", u"", u"", u"", u"url"};
+    const std::tuple<ProxyValues, ProxyValues, bool> cases[] = {
+        {{}, {ProxyDirect, u"p", u"u"}, true},
+        {{}, proxy, false},
+        {proxy, {ProxyExplicit, u"p", u"u", u"w", u"f", u"url", true, true}, true},
+        {proxy, {ProxyExplicit, u"q", u"u", u"w"}, false},
+        {proxy, {ProxyExplicit, u"p", u"v", u"w"}, false},
+        {proxy, {ProxyExplicit, u"p", u"u", u"x"}, false},
+        {pac, {ProxyWpad, u"p", u"u", u"w", u"f", u"url", false, true}, true},
+        {pac, {ProxyWpad, u"", u"", u"", u"", u"other"}, false},
+        {pac, {ProxyWpad, u"", u"", u"", u"", u"url", true}, false},
     };
     for (const auto& [one, other, expected] : cases) {
         const ProxySetting entry(other);
-        EXPECT_EQ(ProxySetting(one).Equal(&entry), expected) << one.mode << ToUtf8(other.proxyList);
-        EXPECT_FALSE(entry.Equal(nullptr));
+        EXPECT_EQ(ProxySetting(one).Equal(&entry), expected) << ToUtf8(other.proxyList + other.wpadUrl);
     }
 }
 
