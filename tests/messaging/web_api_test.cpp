@@ -29,7 +29,7 @@ TEST_F(WebApi, UrlsAreBuiltAndFilled) {
         {u"s", u"h", u"?x={x}&a=1&b={b}&c=2", u"", {}, "s://h/?a=1&c=2"},
         {u"s", u"h", u"{a}&x={x}", u"", {}, "s://h/{a}?x={x}"},  // a place that stays hides the others
         {u"s", u"h", u"{x}", u"", {{u"x", u"{x}"}}, "s://h/{x}"},
-        {u"s", u"h", u"{x}{y}", u"", {{u"x", u"1"}, {u"y", u"2"}}, "s://h/12"},
+        {u"s", u"h", u"{x}{\u00DC}", u"", {{u"x", u"1"}, {u"\u00FC", u"2"}}, "s://h/12"},
         {u"s", u"h", u"a&b={", u"", {}, "s://h/a?b={"},
         {u"s", u"h", u"a&b={", u"", {{u"x", u"1"}}, ""},
         {u"s", u"h", u"{x}", u"", {{u"X", u""}}, ""}};
