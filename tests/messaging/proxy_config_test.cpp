@@ -38,7 +38,7 @@ TEST_F(Proxies, TheLastUsedComesFirstAndDirectIfNothingElse) {
          "pac http://w fallback, pac discovered", "none", "pac http://w fallback"},
         {uR"({"source":"wpad"})", u"", "pac discovered", "none", "pac discovered"},
         {uR"({"source":"explicit","proxyList":"p1;p2:8;http://p3","DeviceId":"other","fallback":true},
-             {"source":"explicit","proxyList":"p1","DeviceId":"DEVICE"})",
+             {"source":"explicit","proxyList":"p1","DeviceId":"GER\u00C4T"})",
          u"", "explicit p1:3128;p2:8;http://p3 fallback, direct", "explicit p1:3128;p2:8;http://p3 fallback",
          "none"},
         {uR"({"source":"explicit","proxyList":"p:1"})",
@@ -50,6 +50,7 @@ TEST_F(Proxies, TheLastUsedComesFirstAndDirectIfNothingElse) {
          "direct, explicit http=http://s:1 fallback, explicit http=http://s:1", "none", "none"},
     };
     ::setenv("http_proxy", "http://s:1", 1);
+    config.Set(u"Register.Register.DeviceId", u"ger\u00E4t");
     for (const auto& [configured, lastUsed, list, explicitProxy, wpadProxy] : cases) {
         SetConfigured(configured);
         config.Set(usedKey, lastUsed);

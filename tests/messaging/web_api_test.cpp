@@ -14,29 +14,14 @@ using testing::Pair;
 
 struct WebApi : testing::Test {
     WebApi() { environment.Reset(); }
-    // Of a request of method "M" with that verb.
-    HeaderMap HeadersFor(const WideString& verb, const HeaderMap& own = {}) {
-        config.Set(u"Communications.Defaults.Verb", verb);
-        WebApiRequest request(nullptr, u"", nullptr, u"M", {}, u"");
-        request.SetHeaders(own);
-        HeaderMap headers;
-        request.GetHeaders(headers);
-        headers.erase(u"x-zelko-messageId");
-        headers.erase(u"x-zelko-messageDate");
-        return headers;
-    }
-
     TestEnvironment& environment = TestEnvironment::Get();
     FakeConfigUtil& config = environment.config;
     TestClock clock;  // 2023-11-14 22:13:20 UTC
 };
 
 TEST_F(WebApi, UrlsAreBuiltAndFilled) {
-    const struct {
-        WideString scheme, host, path, relativePath;
-        UrlParameters values;
-        const char* url;
-    } cases[] = {
+    // Scheme, host, path, what follows it, values, URL.
+    const std::tuple<WideString, WideString, WideString, WideString, UrlParameters, const char*> cases[] = {
         {u"s", u"h/", u"/p/", u"x", {}, "s://h/p/x"},
         {u"s:", u"h", u"", u"", {}, "s:h/"},
         {u"\\s", u"h\\a", u"\\p", u"\\x", {}, "/sh/a/p/x"},
@@ -44,7 +29,7 @@ TEST_F(WebApi, UrlsAreBuiltAndFilled) {
         {u"s", u"h", u"?x={x}&a=1&b={b}&c=2", u"", {}, "s://h/?a=1&c=2"},
         {u"s", u"h", u"{a}&x={x}", u"", {}, "s://h/{a}?x={x}"},  // a place that stays hides the others
         {u"s", u"h", u"{x}", u"", {{u"x", u"{x}"}}, "s://h/{x}"},
-        {u"s", u"h", u"{x}{y}", u"", {{u"x", u"1"}, {u"y", u"2"}}, "s://h/12"},
+        {u"s", u"h", u"{x}{\u00DC}", u"", {{u"x", u"1"}, {u"\u00FC", u"2"}}, "s://h/12"},
         {u"s", u"h", u"a&b={", u"", {}, "s://h/a?b={"},
         {u"s", u"h", u"a&b={", u"", {{u"x", u"1"}}, ""},
         {u"s", u"h", u"{x}", u"", {{u"X", u""}}, ""}};
@@ -93,29 +78,36 @@ TEST_F(WebApi, HeaderTextsAreRead) {
 
 TEST_F(WebApi, HeadersAreCompletedByTheVerb) {
     const HeaderMap forBody = {{u"Accept", u"application/json"}, {u"Accept-encoding", u"gzip"}};
-    EXPECT_EQ(HeadersFor(u"post"), forBody);
-    EXPECT_EQ(HeadersFor(u"PUT"), forBody);
-    EXPECT_EQ(HeadersFor(u"get"), (HeaderMap{{u"Accept", u"*/*"}}));
-    EXPECT_EQ(HeadersFor(u"HEAD"), HeaderMap());
-    EXPECT_EQ(HeadersFor(u"PUT", {{u"Accept", u""}, {u"Accept-encoding", u"gzip"}}), forBody);
+    const std::pair<const char16_t*, HeaderMap> cases[] = {
+        {u"post", forBody}, {u"PUT", forBody}, {u"get", {{u"Accept", u"*/*"}}}, {u"HEAD", {}}};
+    for (const auto& [verb, added] : cases) {
+        config.Set(u"Communications.Defaults.Verb", verb);
+        WebApiRequest request(nullptr, u"", nullptr, u"M", {}, u"");
+        HeaderMap headers;
+        request.GetHeaders(headers);
+        EXPECT_EQ(headers.erase(u"x-zelko-messageId") + headers.erase(u"x-zelko-messageDate"), 2U);
+        EXPECT_EQ(headers, added);
+    }
 }
 
 TEST_F(WebApi, HeadersThatAreThereStay) {
+    config.Set(u"Communications.Defaults.Verb", u"PUT");
     WebApiRequest request(nullptr, u"", nullptr, u"M", {}, u"");
     EXPECT_FALSE(request.SetHeaderText(u"A: 1\r\nC:"));
-    request.AddHeader(u"A", u"2");
-    EXPECT_TRUE(request.AddHeaderText(u"A: 4\r\nC: 4"));
-    EXPECT_FALSE(request.AddHeaderText(u"D: 5\r\nE:"));
+    request.AddHeaders({{u"A", u"2"}, {u"Accept", u"own"}, {u"Accept-encoding", u""}});
+    EXPECT_TRUE(request.AddHeaderText(u"A: 3\r\nC: 3"));
+    EXPECT_FALSE(request.AddHeaderText(u"D: 4\r\nE:"));
     HeaderMap first, headers;
     request.GetHeaders(first);
     clock.Advance(1);
     request.GetHeaders(headers);
     EXPECT_EQ(first, headers) << "id and date";
     EXPECT_EQ(headers.extract(u"x-zelko-messageId").mapped().size(), 36U);
-    EXPECT_THAT(headers, ElementsAre(Pair(u"A", u"1"), Pair(u"C", u"4"),
-                                     Pair(u"x-zelko-messageDate", u"2023-11-14T22:13:20.000Z")));
+    EXPECT_THAT(headers,
+                ElementsAre(Pair(u"A", u"1"), Pair(u"Accept", u"own"), Pair(u"Accept-encoding", u"gzip"),
+                            Pair(u"C", u"3"), Pair(u"x-zelko-messageDate", u"2023-11-14T22:13:20.000Z")));
     WebApiResponse response(nullptr);
-    EXPECT_TRUE(response.SetHeaderText(u"A: 1"));
+    EXPECT_TRUE(response.SetHeaderText(u"Z: 0") && response.SetHeaderText(u"A: 1"));
     response.AddHeader(u"A", u"2");
     response.SetResult({}, 200, nullptr, 0);
     response.GetHeaders(headers);
