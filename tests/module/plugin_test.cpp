@@ -193,6 +193,7 @@ TEST_F(Plugin, WithoutMemoryNothingStaysAndStartTellsNothing) {
     const auto start = [&] {
         EXPECT_EQ(container->QueryInterface(guid, &plugin), 0U);
         EXPECT_EQ(plugin ? plugin->Start() : 0U, 0U);
+        if (plugin) plugin->GetEventHandlerString();
     };
     FailEachAllocation(start, [&](bool threw) {
         EXPECT_FALSE(threw);
