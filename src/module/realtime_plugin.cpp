@@ -1,5 +1,7 @@
 #include "module/realtime_plugin.h"
 
+#include <new>
+
 #include "foundation/trace.h"
 #include "module/plugin_objects.h"
 #include "platform/error_codes.h"
@@ -27,7 +29,12 @@ void CRealtimePlugin::Stop() {
 
 const char16_t* CRealtimePlugin::GetEventHandlerString() {
     const auto objects = PluginObjects::Current();
-    return objects ? objects->Registry().GetEventHandlerString() : u"";
+    try {
+        return objects ? objects->Registry().GetEventHandlerString() : u"";
+    } catch (const std::bad_alloc&) {
+        Trace::Error("there is no memory for the names of the events");
+        return u"";
+    }
 }
 
 // The share that it holds keeps the registry while the event runs, whatever the host frees meanwhile.

@@ -129,7 +129,7 @@ TEST_F(Dispatch, AnActionThatJsonCannotTellDoesNotCostItsSiblings) {
     const std::pair<const char*, const char*> cases[] = {
         // A member between two good ones, and what is raised of it.
         {R"("A":{"b":[{"c":[]},[1,null]]})", R"({"A":{"b":[{"c":[]},[1,null]],"EventId":"{id}"}},)"},
-        {R"("ä":{"\u007f":1})", "{\"ä\":{\"\x7f\":1,\"EventId\":\"{id}\"}},"},
+        {R"("ä b":{"\u007f":1})", "{\"ä b\":{\"\x7f\":1,\"EventId\":\"{id}\"}},"},
         {R"("number":1)", ""},
         {R"("array":[{}])", ""},
         {R"("":{})", ""},

@@ -192,6 +192,7 @@ TEST_F(Plugin, WithoutMemoryNothingStaysAndStartTellsNothing) {
     IPluginInterface* plugin = nullptr;
     const auto start = [&] {
         EXPECT_EQ(container->QueryInterface(guid, &plugin), 0U);
+        if (plugin) plugin->GetEventHandlerString();
         EXPECT_EQ(plugin ? plugin->Start() : 0U, 0U);
     };
     FailEachAllocation(start, [&](bool threw) {
