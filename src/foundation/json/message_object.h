@@ -34,8 +34,8 @@ class CMessageType {
     uint32_t kind = KindNone;
 
   protected:
-    explicit CMessageType(WideString name = {}, uint32_t kind = KindNone)
-        : name(std::move(name)), kind(kind) {}
+    explicit CMessageType(uint32_t kind = KindNone) : kind(kind) {}
+    explicit CMessageType(WideString name, uint32_t kind = KindNone) : name(std::move(name)), kind(kind) {}
     CMessageType(const CMessageType&) = default;
     CMessageType(CMessageType&&) = default;
     CMessageType& operator=(const CMessageType&) = default;
@@ -55,6 +55,7 @@ class CMessageObject;
 // One member of an object or array.
 class CMessageItem final : public CMessageType, public ISerializableClass {
   public:
+    CMessageItem() : CMessageType(KindNull) {}
     explicit CMessageItem(WideString key);  // Null
     CMessageItem(WideString key, bool boolean);
     CMessageItem(WideString key, WideString text);
@@ -94,7 +95,8 @@ class CMessageItem final : public CMessageType, public ISerializableClass {
 
 class CMessageObject : public CMessageType, public ISerializableClass {
   public:
-    explicit CMessageObject(WideString name = {});
+    CMessageObject() = default;
+    explicit CMessageObject(WideString name);
     ~CMessageObject() override;
     CMessageObject(const CMessageObject& other);
     CMessageObject(CMessageObject&& other) noexcept;
