@@ -34,7 +34,7 @@ size_t Count(std::string_view text, size_t first, Test test) {
             inBlock = static_cast<unsigned char>(inBlock + test(text.data() + at + i));
         count += inBlock;
     }
-    for (; at < text.size(); ++at) count += test(text.data() + at);
+    for (; at < text.size(); ++at) count += static_cast<size_t>(test(text.data() + at));
     return count;
 }
 

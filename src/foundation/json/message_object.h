@@ -134,7 +134,8 @@ class CMessageObject : public CMessageType, public ISerializableClass {
     // The name of the object, else the key of its first member that is an object or array.
     bool GetMessageName(WideString& out) const;
 
-    // A document: object or array, nested at most 512 deep. On failure nothing changes.
+    // A document: object or array, nested at most 512 deep, no comma before a closing bracket. On failure
+    // nothing changes.
     bool Parse(const std::string& utf8);
     bool Parse(WideView text);
 
