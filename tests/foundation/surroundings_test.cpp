@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "foundation/libraries/loader.h"
+#include "foundation/libraries/tracebox_loader.h"
 #include "foundation/libraries/wirelink_loader.h"
 #include "foundation/settings/config_helper.h"
 #include "foundation/settings/config_reader.h"
@@ -81,18 +82,49 @@ TEST_F(Surroundings, EmptySettingsCountAsMissing) {
 TEST_F(Surroundings, FoldersComeFromTheRegistry) {
     const std::string root = "[HKEY_LOCAL_MACHINE\\SOFTWARE\\";
     const std::string agent = root + "Zelko Security\\SetupEx\\Orrery Agent]\n\"Path\"=\"C:\\\\A\"\n";
-    const std::pair<std::string, const char16_t*> cases[] = {
+    const std::string uninstall = root + "Microsoft\\Windows\\CurrentVersion\\Uninstall\\";
+    const std::string coded = uninstall + "{1}]\n\"DisplayName\"=\"Coded\"\n";
+    const std::string own = uninstall + "Zelko Orrery Agent]\n\"DisplayName\"=\"Own\"\n";
+    const std::string local = "\"LProductName\"=\"L\"\n";
+    const std::string code = "\"ProductCodeMSI\"=\"{1}\"\n";
+    const struct {
+        std::string registry;
+        const char16_t* product;
+    } cases[] = {
         {agent, u"Zelko Security\\Zelko Endpoint Agent\\"},
-        {agent + "\"LProductName\"=\"L\"\n\"ProductCodeMSI\"=\"{1}\"\n" + root +
-             "Microsoft\\Windows\\CurrentVersion\\Uninstall\\{1}]\n\"DisplayName\"=\"Coded\"\n",
-         u"Zelko Security\\Coded\\"},
+        {agent + local, u"Zelko Security\\L\\"},
+        {agent + local + code, u"Zelko Security\\L\\"},
+        {agent + local + coded, u"Zelko Security\\L\\"},
+        {agent + local + code + coded, u"Zelko Security\\Coded\\"},
+        {agent + local + code + coded + own, u"Zelko Security\\Own\\"},
+        {agent + "\"InitialProductName\"=\"P\"\n\"InitialCompanyName\"=\"C\"\n" + own, u"C\\P\\"},
     };
-    for (const auto& [registry, expected] : cases) {
+    for (const auto& [registry, product] : cases) {
         WideString path;
         environment.WriteRegistry(registry);
         EXPECT_TRUE(GetUtilsFolder(path) && path == u"C:\\A\\Utils\\") << registry;
-        EXPECT_TRUE(GetDataFolder(path) && path.ends_with(WideString(u"Data\\") + expected)) << registry;
+        EXPECT_TRUE(GetDataFolder(path) && path.ends_with(WideString(u"Data\\") + product)) << registry;
     }
+    environment.WriteRegistry("");
+    WideString path = u"as it was";
+    EXPECT_FALSE(GetUtilsFolder(path) || path != u"as it was");
+}
+
+// A loader that got no library still gives up a use with its end: the count is of loaders.
+TEST_F(Surroundings, LogServiceIsTriedAgainAndSharedByItsLoaders) {
+    environment.Remove("Utils/Tracebox");
+    EXPECT_EQ(CTraceboxLoader().GetInterface(), nullptr);
+    environment.Reset();
+    CTraceboxLoader first;
+    {
+        CTraceboxLoader second;
+        ITracebox* log = second.GetInterface();
+        EXPECT_NE(log, nullptr);
+        second.ReleaseInterface(&log);
+        EXPECT_EQ(log, nullptr);
+        second.ReleaseInterface(&log);
+    }
+    EXPECT_NE(first.GetInterface(), nullptr) << "one use is left";
 }
 
 }  // namespace

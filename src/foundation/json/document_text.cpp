@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 
 #include "platform/text.h"
@@ -33,7 +34,7 @@ size_t Count(std::string_view text, size_t first, Test test) {
             inBlock = static_cast<unsigned char>(inBlock + test(text.data() + at + i));
         count += inBlock;
     }
-    for (; at < text.size(); ++at) count += test(text.data() + at);
+    for (; at < text.size(); ++at) count += static_cast<size_t>(test(text.data() + at));
     return count;
 }
 
@@ -59,10 +60,22 @@ constexpr std::array<ByteClass, 256> ClassTable() {
 
 constexpr std::array<ByteClass, 256> byteClasses = ClassTable();
 
-// Behind the string that begins in front of `at`.
-const char* SkipString(const char* at, const char* end) {
-    while (at != end && *at != '"') at += (*at == '\\' && end - at > 1) ? 2 : 1;
-    return at == end ? end : at + 1;
+// Whether an odd number of backslashes stands in front of `at`.
+bool IsEscaped(const char* begin, const char* at) {
+    const char* first = at;
+    while (first != begin && first[-1] == '\\') --first;
+    return (at - first) % 2 != 0;
+}
+
+// Behind the string that begins in front of `begin`.
+const char* SkipString(const char* begin, const char* end) {
+    const auto nextQuote = [end](const char* from) {
+        const void* const quote = std::memchr(from, '"', static_cast<size_t>(end - from));
+        return quote ? static_cast<const char*>(quote) : end;
+    };
+    const char* quote = nextQuote(begin);
+    while (quote != end && IsEscaped(begin, quote)) quote = nextQuote(quote + 1);
+    return quote == end ? end : quote + 1;
 }
 
 // The number of an escape such as \ud83d at the front.

@@ -7,8 +7,9 @@
 
 #include <array>
 #include <cstddef>
-#include <memory_resource>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace orrery {
 
@@ -22,8 +23,15 @@ class LibraryTree {
     const json_value* Root() const { return root; }
 
   private:
-    std::array<std::byte, 4096> firstBlock;  // enough for most messages
-    std::pmr::monotonic_buffer_resource memory{firstBlock.data(), firstBlock.size()};
+    static void* Allocate(size_t size, int zeroed, void* tree);
+    void* Take(size_t size);
+    std::byte* AddBlock(size_t size);
+
+    alignas(std::max_align_t) std::array<std::byte, 4096> firstBlock;  // enough for most messages
+    std::byte* next = firstBlock.data();
+    size_t left = firstBlock.size();
+    size_t blockSize = 16 * 1024;  // of the next block
+    std::vector<std::unique_ptr<std::byte[]>> blocks;
     const json_value* root = nullptr;
 };
 

@@ -34,8 +34,8 @@ class CMessageType {
     uint32_t kind = KindNone;
 
   protected:
-    explicit CMessageType(WideString name = {}, uint32_t kind = KindNone)
-        : name(std::move(name)), kind(kind) {}
+    explicit CMessageType(uint32_t kind = KindNone) : kind(kind) {}
+    explicit CMessageType(WideString name, uint32_t kind = KindNone) : name(std::move(name)), kind(kind) {}
     CMessageType(const CMessageType&) = default;
     CMessageType(CMessageType&&) = default;
     CMessageType& operator=(const CMessageType&) = default;
@@ -55,6 +55,7 @@ class CMessageObject;
 // One member of an object or array.
 class CMessageItem final : public CMessageType, public ISerializableClass {
   public:
+    CMessageItem() : CMessageType(KindNull) {}
     explicit CMessageItem(WideString key);  // Null
     CMessageItem(WideString key, bool boolean);
     CMessageItem(WideString key, WideString text);
@@ -94,7 +95,8 @@ class CMessageItem final : public CMessageType, public ISerializableClass {
 
 class CMessageObject : public CMessageType, public ISerializableClass {
   public:
-    explicit CMessageObject(WideString name = {});
+    CMessageObject() = default;
+    explicit CMessageObject(WideString name);
     ~CMessageObject() override;
     CMessageObject(const CMessageObject& other);
     CMessageObject(CMessageObject&& other) noexcept;
@@ -132,7 +134,8 @@ class CMessageObject : public CMessageType, public ISerializableClass {
     // The name of the object, else the key of its first member that is an object or array.
     bool GetMessageName(WideString& out) const;
 
-    // A document: object or array, nested at most 512 deep. On failure nothing changes.
+    // A document: object or array, nested at most 512 deep, no comma before a closing bracket. On failure
+    // nothing changes.
     bool Parse(const std::string& utf8);
     bool Parse(WideView text);
 

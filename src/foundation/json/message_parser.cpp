@@ -24,7 +24,8 @@ bool Fill(const json_value& source, CMessageItem& item) {
     switch (source.type) {
         case json_object:
         case json_array:
-            item.value.object = new CMessageObject(item.name);
+            item.value.object = new CMessageObject;
+            item.value.object->name = item.name;
             item.kind = KindObject;
             return Walk(source, *item.value.object);
         case json_integer:
@@ -53,7 +54,7 @@ bool WalkObject(const json_value& source, CMessageObject& target) {
     MemberPlaces places(target, source.u.object.length);
     for (unsigned int i = 0; i < source.u.object.length; ++i) {
         const json_object_entry& entry = source.u.object.values[i];
-        WideString& key = target.items.emplace_back(WideString()).name;
+        WideString& key = target.items.emplace_back().name;
         if (!Utf8ToWide({entry.name, entry.name_length}, key)) return false;
         if (!Fill(*entry.value, places.Settle(Replaces(entry.value->type, key)))) return false;
     }
@@ -64,7 +65,7 @@ bool WalkArray(const json_value& source, CMessageObject& target) {
     target.isArray = true;
     target.items.reserve(source.u.array.length);
     for (unsigned int i = 0; i < source.u.array.length; ++i) {
-        if (!Fill(*source.u.array.values[i], target.items.emplace_back(WideString()))) return false;
+        if (!Fill(*source.u.array.values[i], target.items.emplace_back())) return false;
     }
     return true;
 }

@@ -120,6 +120,13 @@ bool IsPlain(std::basic_string_view<Unit> text) {
     return all < 0x80 && nul == 0;
 }
 
+template <class From, class To>
+void CopyPlain(std::basic_string_view<From> in, std::basic_string<To>& out) {
+    out.resize(in.size());
+    To* const to = out.data();
+    for (size_t i = 0; i < in.size(); ++i) to[i] = static_cast<To>(in[i]);
+}
+
 // The character set of the locale that the environment names; empty if it is UTF-8 or names none. Asked of a
 // locale object of our own: the process's locale belongs to the host.
 std::string LocaleCharacterSet() {
@@ -149,14 +156,22 @@ char16_t ToLower(char16_t unit) {
 }  // namespace
 
 bool WideToUtf8(WideView in, std::string& out) try {
-    out = IsPlain(in) ? std::string(in.begin(), in.end()) : Encode(UpToNul(in));
+    if (IsPlain(in)) {
+        CopyPlain(in, out);
+    } else {
+        out = Encode(UpToNul(in));
+    }
     return true;
 } catch (const std::bad_alloc&) {
     return false;
 }
 
 bool Utf8ToWide(std::string_view in, WideString& out) try {
-    out = IsPlain(in) ? WideString(in.begin(), in.end()) : Decode(UpToNul(in));
+    if (IsPlain(in)) {
+        CopyPlain(in, out);
+    } else {
+        out = Decode(UpToNul(in));
+    }
     return true;
 } catch (const std::bad_alloc&) {
     return false;
