@@ -12,7 +12,6 @@
 #include "channel/socket/web_socket_connection.h"
 #include "foundation/settings/config_helper.h"
 #include "foundation/settings/registration.h"
-#include "foundation/text/numbers.h"
 #include "foundation/text/time_text.h"
 #include "foundation/text/url_text.h"
 #include "foundation/trace.h"
@@ -25,17 +24,6 @@ namespace orrery {
 namespace {
 
 constexpr int32_t normalClosure = 1000;  // RFC 6455, section 7.4.1
-
-WideString StateText(int32_t state) {
-    switch (state) {
-        case ChannelClosed:
-            return u"Closed";
-        case ChannelConnected:
-            return u"Connected";
-        default:
-            return u"Unknown code: " + DecimalText(int64_t{state});
-    }
-}
 
 }  // namespace
 
@@ -87,7 +75,6 @@ bool WebSocketsClient::Connect() {
 }
 
 bool WebSocketsClient::SetupConnection() {
-    if (uri.empty()) return false;
     std::vector<ProxyCandidate> candidates;
     try {
         const web::uri parsed(ToUtf8(uri));
@@ -186,7 +173,7 @@ void WebSocketsClient::LogTraffic(const WideString& text, const WideString& name
     AppendLine(record, u"Time=", DateTimeText(now, ' '));
     AppendLine(record, u"URL=", uri);
     AppendLine(record, u"Body=", text);
-    AppendLine(record, u"State=", StateText(GetState()));
+    AppendLine(record, u"State=", GetState() == ChannelConnected ? u"Connected" : u"Closed");
     WriteMessageFile(MessageFilePath(name, now), record);
 }
 
