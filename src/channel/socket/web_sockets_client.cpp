@@ -4,7 +4,6 @@
 
 #include <exception>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -100,14 +99,10 @@ bool WebSocketsClient::TryConnection(const ProxyCandidate& candidate) {
         // The state is that of the connection from its first message on.
         Exchange(fresh);
         connected = fresh->Start();
-        if (connected) {
-            OnConnect();
-        } else {
-            Exchange(nullptr);
-        }
-    } catch (const std::system_error& failure) {
+        if (connected) OnConnect();
+    } catch (const WebSocketFailure& failure) {
         Trace::Error("an attempt failed", WithoutUser(ToWide(candidate.address)), failure.what(),
-                     failure.code().value());
+                     failure.code);
     } catch (const std::exception& failure) {
         Trace::Error("an attempt failed", WithoutUser(ToWide(candidate.address)), failure.what());
     } catch (...) {
