@@ -5,7 +5,6 @@
 
 #include <exception>
 #include <mutex>
-#include <system_error>
 #include <utility>
 
 #include "channel/socket/connection_reaper.h"
@@ -113,7 +112,7 @@ bool WebSocketConnection::Open(const std::string& uri) {
     try {
         opened = library->client.connect(web::uri(uri)).wait() == pplx::completed;
     } catch (const ws::websocket_exception& failure) {
-        throw std::system_error(failure.error_code(), failure.what());
+        throw WebSocketFailure(failure.what(), failure.error_code().value());
     }
     return opened;
 }
@@ -185,6 +184,7 @@ bool WebSocketConnection::Enter(Phase from, Phase to) {
 bool WebSocketConnection::End() {
     MutexLock hold(lock);
     const Phase before = std::exchange(phase, Phase::Closed);
+    if (before == Phase::Connecting) told = true;
     changed.notify_all();
     return before == Phase::Open || before == Phase::Closing;
 }

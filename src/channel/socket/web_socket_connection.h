@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "platform/mutex.h"
@@ -21,6 +22,12 @@ class websocket_incoming_message;
 namespace orrery {
 
 struct ProxyCandidate;
+
+// What the network refused; the number is the library's.
+struct WebSocketFailure final : std::runtime_error {
+    WebSocketFailure(const std::string& text, int32_t code) : std::runtime_error(text), code(code) {}
+    const int32_t code;
+};
 
 class WebSocketConnection final : public std::enable_shared_from_this<WebSocketConnection> {
   public:
@@ -81,7 +88,7 @@ class WebSocketConnection final : public std::enable_shared_from_this<WebSocketC
     ConditionVariable changed;
     Phase phase GUARDED_BY(lock) = Phase::Connecting;
     bool telling GUARDED_BY(lock) = false;  // the close handler is called, or has been
-    bool told GUARDED_BY(lock) = false;     // it has returned
+    bool told GUARDED_BY(lock) = false;     // it has returned, or never will be called
 };
 
 }  // namespace orrery

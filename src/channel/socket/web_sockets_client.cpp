@@ -4,7 +4,6 @@
 
 #include <exception>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -12,7 +11,6 @@
 #include "channel/socket/web_socket_connection.h"
 #include "foundation/settings/config_helper.h"
 #include "foundation/settings/registration.h"
-#include "foundation/text/numbers.h"
 #include "foundation/text/time_text.h"
 #include "foundation/text/url_text.h"
 #include "foundation/trace.h"
@@ -25,17 +23,6 @@ namespace orrery {
 namespace {
 
 constexpr int32_t normalClosure = 1000;  // RFC 6455, section 7.4.1
-
-WideString StateText(int32_t state) {
-    switch (state) {
-        case ChannelClosed:
-            return u"Closed";
-        case ChannelConnected:
-            return u"Connected";
-        default:
-            return u"Unknown code: " + DecimalText(int64_t{state});
-    }
-}
 
 }  // namespace
 
@@ -87,7 +74,6 @@ bool WebSocketsClient::Connect() {
 }
 
 bool WebSocketsClient::SetupConnection() {
-    if (uri.empty()) return false;
     std::vector<ProxyCandidate> candidates;
     try {
         const web::uri parsed(ToUtf8(uri));
@@ -113,14 +99,10 @@ bool WebSocketsClient::TryConnection(const ProxyCandidate& candidate) {
         // The state is that of the connection from its first message on.
         Exchange(fresh);
         connected = fresh->Start();
-        if (connected) {
-            OnConnect();
-        } else {
-            Exchange(nullptr);
-        }
-    } catch (const std::system_error& failure) {
+        if (connected) OnConnect();
+    } catch (const WebSocketFailure& failure) {
         Trace::Error("an attempt failed", WithoutUser(ToWide(candidate.address)), failure.what(),
-                     failure.code().value());
+                     failure.code);
     } catch (const std::exception& failure) {
         Trace::Error("an attempt failed", WithoutUser(ToWide(candidate.address)), failure.what());
     } catch (...) {
@@ -186,7 +168,7 @@ void WebSocketsClient::LogTraffic(const WideString& text, const WideString& name
     AppendLine(record, u"Time=", DateTimeText(now, ' '));
     AppendLine(record, u"URL=", uri);
     AppendLine(record, u"Body=", text);
-    AppendLine(record, u"State=", StateText(GetState()));
+    AppendLine(record, u"State=", GetState() == ChannelConnected ? u"Connected" : u"Closed");
     WriteMessageFile(MessageFilePath(name, now), record);
 }
 

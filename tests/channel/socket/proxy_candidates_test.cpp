@@ -15,7 +15,7 @@ namespace {
 TEST(ProxyCandidatesTest, ReadsAddresses) {
     const std::pair<const char*, const char*> cases[] = {
         {"proxy", "http://proxy/"},
-        {"HTTP=PROXY:3128", "http://proxy:3128/"},
+        {"HTTP=PROXY-AZ:3128", "http://proxy-az:3128/"},
         {"p:3128/", "http://p:3128/"},
         {"p:3128/path", "http://p:3128/"},
         {"https://p:1", "https://p:1/"},
