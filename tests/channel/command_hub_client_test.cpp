@@ -56,8 +56,12 @@ TEST_F(CommandHubClientTest, HoldsAConversationInItsOrder) {
     server.onSend = [this] { FromServer(R"({"Type":20,"Parameters":{"SessiondId":"s"}})"); };
     ASSERT_TRUE(client->Connect());
     EXPECT_EQ(client->GetState(), Client::Registered) << "the welcome overtakes the end of Send";
-    EXPECT_THROW(Client({}, nullptr, nullptr), std::invalid_argument);
     server.onSend = nullptr;
+    EXPECT_TRUE(client->Register() && client->KeepAlive() && client->Unregister());
+    EXPECT_THROW(Client({}, nullptr, nullptr), std::invalid_argument);
+    Client alone(u"abc", nullptr, nullptr);
+    EXPECT_FALSE(alone.Connect() || alone.Register() || alone.Subscribe({u"D"}) || alone.KeepAlive() ||
+                 alone.Unregister() || alone.IsConnected());
 }
 
 TEST_F(CommandHubClientTest, OnlyWholePushesReachTheHandler) {
