@@ -180,6 +180,18 @@ TEST_F(RealtimeManagerTest, AsksForCommandsOnlyAfterANoticedLoss) {
     EXPECT_THAT(Events(2), ElementsAre(bindEvent, connectivityEvent)) << "the new chain knows of no loss";
 }
 
+TEST_F(RealtimeManagerTest, AsksForCommandsAfterAFailedAttemptOnlyWhereNoBindIsPending) {
+    for (const bool pending : {true, false}) {  // a silent stop leaves none
+        server.accepts = false;
+        server.attempts = 0;
+        StartAndSettle();
+        server.accepts = true;
+        EXPECT_EQ(CheckAfter(100), 2);
+        EXPECT_THAT(Events(), testing::SizeIs(pending ? 2 : 3));
+        manager->Stop(true);
+    }
+}
+
 TEST_F(RealtimeManagerTest, ANewInterfaceOwesAnAttempt) {
     server.accepts = false;
     server.watches = false;
