@@ -43,34 +43,26 @@ TEST(RealtimeConfigTest, ReadsNumbersAndTakesTheDefaultForWhatIsNone) {
 }
 
 TEST(RealtimeConfigTest, ReadsSwitchesAndIntervals) {
-    const WideString cannotConnect = u"Realtime.Manager.CannotConnectRetriesInterval";
-    const WideString lostConnection = u"Realtime.Manager.LostConnectionRetriesInterval";
     FakeConfigUtil store;
     RealtimeConfig config;
-    const auto isOn = [&](bool enabled, bool checkOs) {
-        config.Read(store);
-        return config.enabled == enabled && config.checkOs == checkOs;
-    };
-    const auto intervalsAre = [&](const WideString& cannot, const WideString& lost) {
-        config.Read(store);
-        return config.retry.cannotConnectRetriesInterval == cannot &&
-               config.retry.lostConnectionRetriesInterval == lost;
-    };
-    store.Set(u"Realtime.Notifications.Enabled", u"0");
-    EXPECT_TRUE(isOn(false, true));
+    config.Read(store);
+    EXPECT_TRUE(config.enabled && config.checkOs);
+    EXPECT_EQ(config.retry.cannotConnectRetriesInterval, u"rand(60,300)");
+    EXPECT_EQ(config.retry.lostConnectionRetriesInterval, u"rand(5,15)");
     store.Set(u"Realtime.Notifications.Enabled", u"00");
     store.Set(u"Realtime.Notifications.CheckOS", u"0");
-    EXPECT_TRUE(isOn(true, false));
-
-    EXPECT_TRUE(intervalsAre(u"rand(60,300)", u"rand(5,15)"));
-    store.Set(cannotConnect, u"any");
-    store.Set(lostConnection, u"text");
-    EXPECT_TRUE(intervalsAre(u"any", u"text"));
-    store.DeleteValue(cannotConnect);
-    store.Set(lostConnection, u"");
-    EXPECT_TRUE(intervalsAre(u"any", u"rand(5,15)")) << "only an empty one takes the default";
+    store.Set(u"Realtime.Manager.CannotConnectRetriesInterval", u"any");
+    store.Set(u"Realtime.Manager.LostConnectionRetriesInterval", u"text");
+    config.Read(store);
+    EXPECT_TRUE(config.enabled && !config.checkOs);
+    EXPECT_EQ(config.retry.lostConnectionRetriesInterval, u"text");
     store.Clear();
-    EXPECT_TRUE(isOn(true, true));
+    store.Set(u"Realtime.Notifications.Enabled", u"0");
+    store.Set(u"Realtime.Manager.LostConnectionRetriesInterval", u"");
+    config.Read(store);
+    EXPECT_TRUE(!config.enabled && config.checkOs);
+    EXPECT_EQ(config.retry.cannotConnectRetriesInterval, u"any") << "not set: as it was";
+    EXPECT_EQ(config.retry.lostConnectionRetriesInterval, u"rand(5,15)");
 }
 
 }  // namespace
