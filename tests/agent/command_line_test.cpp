@@ -21,12 +21,14 @@ class CommandLineTest : public testing::Test {
         command.insert(command.end(), arguments.begin(), arguments.end());
         return command;
     }
-    // All that is printed, complaints behind the rest.
+    // All that is printed; behind it complaints, with "! " for the program's name.
     std::string Says(const Command& arguments, int exitCode = 0) const {
         std::filesystem::remove(log + ".err");
         Process process(Agent(arguments), log);
         EXPECT_EQ(process.End(0), exitCode) << testing::PrintToString(arguments);
-        return system_test::ReadFile(log + ".out") + process.Errors();
+        std::string complaints = process.Errors();
+        if (complaints.starts_with(title)) complaints.replace(0, title.size(), "! ");
+        return system_test::ReadFile(log + ".out") + complaints;
     }
     struct Case {
         Command arguments;
@@ -50,22 +52,22 @@ class CommandLineTest : public testing::Test {
 
     const TemporaryFolder folder;
     const std::string home = folder.PathOf("home"), log = folder.PathOf("log");
-    const std::string nobody = "orrery-agent: there is no agent in " + home;
-    const std::string nobodyRuns = "orrery-agent: no agent runs in " + home + "\n";
+    const std::string title = "orrery-agent: ";
 };
 
 TEST_F(CommandLineTest, WhatIsNoCommandIsNamed) {
     const std::string more = "\nRun with --help for more information.\n";
     Expect({
-        {{"nonsense"}, 1, "orrery-agent: unknown command or option: nonsense" + more},
-        {{}, 1, "orrery-agent: A subcommand is required" + more},
-        {{"settings"}, 1, "orrery-agent: A subcommand is required" + more},
-        {{"seal", "--open", "--store"}, 1, "orrery-agent: --store excludes --open" + more},
+        {{"nonsense"}, 1, "! unknown command or option: nonsense" + more},
+        {{}, 1, "! A subcommand is required" + more},
+        {{"settings"}, 1, "! A subcommand is required" + more},
+        {{"seal", "--open", "--store"}, 1, "! --store excludes --open" + more},
     });
     EXPECT_THAT(Says({"settings", "--help"}), testing::HasSubstr("import"));
 }
 
 TEST_F(CommandLineTest, AHomeIsMadeOnceAndNeededByTheRest) {
+    const std::string nobody = "! there is no agent in " + home;
     const std::string make = nobody + " (orrery-agent install makes one)\n";
     Expect({
         {{"run"}, 1, make},
@@ -74,11 +76,9 @@ TEST_F(CommandLineTest, AHomeIsMadeOnceAndNeededByTheRest) {
         {{"messages"}, 1, nobody + "\n"},
         {{"install", "--server", "hub"},
          1,
-         "orrery-agent: a server's address begins with http://, https://, ws:// or wss://\n"},
-        {{"install", "--poll", "31622401"},
-         1,
-         "orrery-agent: the interval of the polls is 0 to 31622400 seconds\n"},
-        {{"install", "--site", " "}, 1, "orrery-agent: the site id is empty\n"},
+         "! a server's address begins with http://, https://, ws:// or wss://\n"},
+        {{"install", "--poll", "31622401"}, 1, "! the interval of the polls is 0 to 31622400 seconds\n"},
+        {{"install", "--site", " "}, 1, "! the site id is empty\n"},
         {{"settings", "list"}, 1, make},
     });
     Install({"--server", "wss://hub:1/p", "--site", "s", "--secret", "t", "--poll", "0"});
@@ -92,7 +92,7 @@ TEST_F(CommandLineTest, AHomeIsMadeOnceAndNeededByTheRest) {
         {{"settings", "get", "Services.Authorization.Secret"}, 0, "t\n"},
         {{"settings", "list", "Scheduler"}, 0, ""},
         {{"messages"}, 0, "no messages (the agent keeps them while Register.Agent.TestMode is 1)\n"},
-        {{"messages", "1"}, 1, "orrery-agent: there is no message \"1\"\n"},
+        {{"messages", "1"}, 1, "! there is no message \"1\"\n"},
         {{"messages", "--json"}, 0, "[]\n"},
     });
 }
@@ -102,20 +102,18 @@ TEST_F(CommandLineTest, SettingsAreWrittenReadAndTakenFromFiles) {
     const std::string good = Write("good", R"({"x.y.a":"1","x.y.b":"two\nlines"})");
     const std::string bad = Write("bad", "x.y.c=1\nnonsense\n");
     Expect({
-        {{"settings", "set", "x.y", "1"},
-         1,
-         "orrery-agent: \"x.y\" is no key of three parts, section.group.name\n"},
+        {{"settings", "set", "x.y", "1"}, 1, "! \"x.y\" is no key of three parts, section.group.name\n"},
         {{"settings", "set", "x.y.z", "-1"}, 0, ""},
         {{"settings", "get", "x.y.z"}, 0, "-1\n"},
         {{"settings", "set", "x.y.z", ""}, 0, ""},
         {{"settings", "get", "x.y.z"}, 0, "\n"},
         {{"settings", "unset", "x.y.z"}, 0, ""},
-        {{"settings", "unset", "x.y.z"}, 1, "orrery-agent: x.y.z is not set\n"},
-        {{"settings", "get", "x.y.z"}, 1, "orrery-agent: x.y.z is not set\n"},
-        {{"settings", "import", bad}, 1, "orrery-agent: " + bad + ": line 2: this is not KEY=VALUE\n"},
+        {{"settings", "unset", "x.y.z"}, 1, "! x.y.z is not set\n"},
+        {{"settings", "get", "x.y.z"}, 1, "! x.y.z is not set\n"},
+        {{"settings", "import", bad}, 1, "! " + bad + ": line 2: this is not KEY=VALUE\n"},
         {{"settings", "list", "x."}, 0, ""},
         {{"settings", "import", good}, 0, "2 settings written\n"},
-        {{"settings", "import", good + "x"}, 1, "orrery-agent: can't read " + good + "x\n"},
+        {{"settings", "import", good + "x"}, 1, "! can't read " + good + "x\n"},
         {{"settings", "list", "x."}, 0, "x.y.a=1\nx.y.b=two\\nlines\n"},
         {{"settings", "list", "x.", "--json"},
          0,
@@ -125,22 +123,27 @@ TEST_F(CommandLineTest, SettingsAreWrittenReadAndTakenFromFiles) {
 
 TEST_F(CommandLineTest, ListsOfProxiesAreSealedStoredAndOpened) {
     Install();
-    const std::string key = "Proxy.Default.FallbackList", list = R"({"ProxyConfig":[]})";
+    const std::string list = R"({"ProxyConfig":[]})";
     const std::string plain = Write("plain", list + " \n"), none = Write("none", "{}");
+    const std::string notUtf8 = Write("notUtf8", "{\"ProxyConfig\":[\"\xFF\"]}"),
+                      ends = Write("ends", list + '\0');
     const std::string sealed = Write("sealed", Says({"seal", plain}));
-    const std::string refused = "orrery-agent: this is no list of proxies";
+    const std::string refused = "! this is no list of proxies",
+                      form = refused + ": {\"ProxyConfig\":[...]}\n";
     Expect({
         {{"seal", "--open", sealed}, 0, list + "\n"},
-        {{"seal", "--open"}, 1, "orrery-agent: no list is stored\n"},
-        {{"seal"}, 1, "orrery-agent: seal needs a file, or - for standard input\n"},
+        {{"seal", "--open"}, 1, "! no list is stored\n"},
+        {{"seal"}, 1, "! seal needs a file, or - for standard input\n"},
         {{"seal", plain, "--store"}, 0, ""},
         {{"seal", "--open"}, 0, list + "\n"},
-        {{"seal", none}, 1, refused + ": {\"ProxyConfig\":[...]}\n"},
-        {{"seal", none, "--store"}, 1, refused + ": {\"ProxyConfig\":[...]}\n"},
+        {{"seal", none}, 1, form},
+        {{"seal", notUtf8}, 1, form},
+        {{"seal", ends}, 1, form},
+        {{"seal", none, "--store"}, 1, form},
         {{"seal", "--open", none}, 1, refused + ", or it was enciphered with another key\n"},
-        {{"seal", plain + "x"}, 1, "orrery-agent: can't read " + plain + "x\n"},
+        {{"seal", plain + "x"}, 1, "! can't read " + plain + "x\n"},
     });
-    EXPECT_NE(Says({"settings", "get", key}), list + "\n");
+    EXPECT_NE(Says({"settings", "get", "Proxy.Default.FallbackList"}), list + "\n");
 }
 
 TEST_F(CommandLineTest, ARunningAgentTakesEventsAndTellsOfItself) {
@@ -154,7 +157,7 @@ TEST_F(CommandLineTest, ARunningAgentTakesEventsAndTellsOfItself) {
         system_test::Eventually([&] { return lines().find("result=running\n") != std::string::npos; }));
     const std::string stored = "Scheduler.Tasks.t";
     Expect({
-        {{"run"}, 1, "orrery-agent: another agent runs in this home (" + home + "/agent.lock is held)\n"},
+        {{"run"}, 1, "! another agent runs in this home (" + home + "/agent.lock is held)\n"},
         {{"event", R"({"Any":{"EventSource":"S"}})"}, 1, "87\n"},
         {{"event", R"({"SchedulerTaskAdd":{"ScheduleId":"t","Actions":{"A\nB":{"EventSource":"S"}},)"
                    R"("ScheduleInfo":{"StartTime":"%Now()%","Every":600}}})"},
@@ -162,9 +165,9 @@ TEST_F(CommandLineTest, ARunningAgentTakesEventsAndTellsOfItself) {
          "0\n"},
         {{"event", "[]"},
          1,
-         "orrery-agent: an event is an object with one member, its name, which is an object itself: "
+         "! an event is an object with one member, its name, which is an object itself: "
          "{\"Name\":{}}\n"},
-        {{"event", "{"}, 1, "orrery-agent: this is no JSON document\n"},
+        {{"event", "{"}, 1, "! this is no JSON document\n"},
     });
     EXPECT_TRUE(system_test::Eventually([&] { return lines().find("raised    A B") != std::string::npos; }));
     const auto status = nlohmann::json::parse(Says({"status", "--json"}));
@@ -183,7 +186,7 @@ TEST_F(CommandLineTest, ARunningAgentTakesEventsAndTellsOfItself) {
               "raised    A B                   source=S  result=\n"
               "state     agent                 source=  result=stopping\n"
               "state     agent                 source=  result=stopped\n");
-    Expect({{{"event", R"({"Any":{}})"}, 1, nobodyRuns}});
+    Expect({{{"event", R"({"Any":{}})"}, 1, "! no agent runs in " + home + "\n"}});
     EXPECT_THAT(Says({"status"}), testing::StartsWith("agent         not running\n"));
 }
 
