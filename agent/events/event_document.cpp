@@ -15,7 +15,7 @@ bool ParseEvent(const std::string& utf8, CMessageObject& document, std::string& 
 
 bool IsEvent(const CMessageObject& document) {
     return !document.isArray && document.items.size() == 1 && !document.items.front().name.empty() &&
-           PlainObject(document.items.front());
+           document.items.front().AsObject();
 }
 
 EventParts PartsOf(const CMessageObject& document) {

@@ -39,7 +39,7 @@ bool ReadFlag(const CMessageObject& object, WideView key, bool fallback) {
 bool HasAction(const CMessageObject& body) {
     const CMessageObject* actions = nullptr;
     return body.GetObject(u"Actions", actions) &&
-           std::ranges::any_of(actions->items, [](const CMessageItem& item) { return PlainObject(item); });
+           std::ranges::any_of(actions->items, [](const CMessageItem& item) { return item.AsObject(); });
 }
 
 bool StartsNow(const CMessageObject& info) {
@@ -78,11 +78,6 @@ bool ReadMembers(const CMessageObject& body, ScheduleTask& task, const CMessageO
 }
 
 }  // namespace
-
-const CMessageObject* PlainObject(const CMessageItem& item) {
-    return item.kind == KindObject && item.value.object && !item.value.object->isArray ? item.value.object
-                                                                                       : nullptr;
-}
 
 uint32_t ReadTaskRequest(const CMessageObject& body, int64_t now, ScheduleTask& task) {
     const CMessageObject* info = nullptr;
@@ -124,7 +119,7 @@ std::vector<CMessageObject> TaskEvents(const ScheduleTask& task) {
     WideString taskSource;
     task.request.GetString(u"EventSource", taskSource);
     for (const CMessageItem& action : actions->items) {
-        const CMessageObject* event = PlainObject(action);
+        const CMessageObject* event = action.AsObject();
         if (!event) continue;
         CMessageObject body(*event);
         const CMessageItem* source = nullptr;

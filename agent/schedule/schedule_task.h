@@ -41,7 +41,4 @@ bool ReadStoredTask(WideView text, ScheduleTask& task);
 // event that comes again must be the same event, so that its next retry is the same task.
 std::vector<CMessageObject> TaskEvents(const ScheduleTask& task);
 
-// A plain object, not an array; null if the item is neither.
-const CMessageObject* PlainObject(const CMessageItem& item);
-
 }  // namespace orrery::agent

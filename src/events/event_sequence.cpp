@@ -28,10 +28,6 @@ bool HasJsonKeys(const CMessageObject& object) {
     });
 }
 
-bool IsPlainObject(const CMessageItem& item) {
-    return item.kind == KindObject && !item.value.object->isArray;
-}
-
 }  // namespace
 
 CEventSequence::CEventSequence(WideString source, WideString schedulerId, WideString executionTime)
@@ -70,17 +66,18 @@ uint32_t CEventSequence::Append(CMessageObject message) {
 uint32_t CEventSequence::AddActions(CMessageObject&& response) {
     const auto found = std::find_if(response.items.begin(), response.items.end(),
                                     [](const CMessageItem& item) { return item.name == u"Actions"; });
-    if (found == response.items.end() || !IsPlainObject(*found)) return NoData;
-    const CMessageItem actions = std::move(*found);
+    if (found == response.items.end() || !found->AsObject()) return NoData;
+    CMessageItem actions = std::move(*found);
     response.items.erase(found);
-    for (CMessageItem& action : actions.value.object->items) {
-        if (!IsPlainObject(action)) continue;
+    for (CMessageItem& action : actions.AsObject()->items) {
+        CMessageObject* const event = action.AsObject();
+        if (!event) continue;
         // One event that can't be told in JSON doesn't cost the others.
-        if (action.name.empty() || !NeedsNoEscape(action.name) || !HasJsonKeys(*action.value.object)) {
+        if (action.name.empty() || !NeedsNoEscape(action.name) || !HasJsonKeys(*event)) {
             Trace::Warning("an action has a key that can't be written: left out", action.name);
             continue;
         }
-        const uint32_t result = Append(std::move(*action.value.object));
+        const uint32_t result = Append(std::move(*event));
         if (result != 0) return result;
     }
     return events.empty() ? NoData : Success;

@@ -92,8 +92,9 @@ bool CProxyConfig::AddConfiguredProxies() {
     bool first = true;
     bool anyAdded = false;
     for (const CMessageItem& item : proxies->items) {
-        if (item.kind != KindObject || item.value.object->isArray) continue;
-        anyAdded |= AddConfiguredProxy(*item.value.object, first);
+        const CMessageObject* const proxy = item.AsObject();
+        if (!proxy) continue;
+        anyAdded |= AddConfiguredProxy(*proxy, first);
         first = false;
     }
     return anyAdded;

@@ -77,9 +77,10 @@ bool WebApiResponse::ParseEnvelope() {
     return true;
 }
 
-void WebApiResponse::ForwardActions() {
+void WebApiResponse::ForwardActions() const {
     CEventSequence sequence(u"WebApiResponse Actions from Orrery Server");
-    if (!dispatcherHelper || sequence.AddActions(std::move(envelope)) != Success) return;
+    // A copy: the envelope stays whole for whoever reads the reply.
+    if (!dispatcherHelper || sequence.AddActions(CMessageObject(envelope)) != Success) return;
     const uint32_t result = dispatcherHelper->RaiseSequence(sequence, EventOrigin::Remote);
     if (result != Success) Trace::Error("the actions of an error reply can't be raised", result);
 }

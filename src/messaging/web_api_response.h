@@ -70,7 +70,7 @@ class WebApiResponse final : public IRequestResponse {
     void KeepContent(const void* bytes, uint32_t size);
     void ClearEnvelope();
     bool ParseEnvelope();
-    void ForwardActions();
+    void ForwardActions() const;
 
     uint32_t status = 0;
     CalendarTime date;

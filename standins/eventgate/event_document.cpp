@@ -6,7 +6,7 @@ namespace orrery::eventgate {
 namespace {
 
 bool IsEvent(const CMessageItem& member) {
-    return member.kind == KindObject && !member.value.object->isArray && !member.name.empty();
+    return member.AsObject() && !member.name.empty();
 }
 
 bool TakeEvents(CMessageObject& document, std::vector<CMessageObject>& events) {
@@ -19,8 +19,8 @@ bool TakeEvents(CMessageObject& document, std::vector<CMessageObject>& events) {
 
 bool TakeDocuments(CMessageObject& array, std::vector<CMessageObject>& events) {
     for (CMessageItem& member : array.items) {
-        const bool isDocument = member.kind == KindObject && !member.value.object->isArray;
-        if (!isDocument || !TakeEvents(*member.value.object, events)) return false;
+        CMessageObject* const document = member.AsObject();
+        if (!document || !TakeEvents(*document, events)) return false;
     }
     return !array.items.empty();
 }

@@ -123,7 +123,7 @@ TEST_F(WebApi, StatusesMeanErrors) {
 
 TEST_F(WebApi, ErrorRepliesHaveTheirActionsRun) {
     std::string many = R"({"Actions":{)";
-    for (int i = 0; i < 100'000; ++i) many += "\"A" + std::to_string(i) + "\":{},";
+    for (int i = 0; i < 100'000; ++i) many += (i > 0 ? ",\"A" : "\"A") + std::to_string(i) + "\":{}";
     const std::string rest = R"("Code":"c","Message":"m","ServerTime":"-12x"})";
     const struct {
         uint32_t status;

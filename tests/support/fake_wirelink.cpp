@@ -2,6 +2,7 @@
 
 #include "foundation/text/time_text.h"
 #include "platform/text.h"
+#include "standins/wirelink/base/wide_text.h"
 #include "standins/wirelink/proxy/proxy_list.h"
 
 namespace orrery::test {
