@@ -67,7 +67,7 @@ class HubClient {
             if (!Fill(pending.size() + 1)) return 0;
         }
         head = Take(end + 4);
-        if (!head.starts_with("HTTP/1.1 ")) return 0;
+        if (!head.starts_with("HTTP/1.")) return 0;
         const size_t length = head.find("Content-Length: ");
         const size_t size = length == head.npos ? 0 : std::stoul(head.substr(length + 16));
         if (!Fill(size)) return 0;
