@@ -53,6 +53,7 @@ CommandHubClient::~CommandHubClient() {
 }
 
 bool CommandHubClient::Connect() {
+    const Trace::Scope trace("CommandHubClient::Connect");
     bool connected = false;
     {
         MutexLock hold(connectionLock);
@@ -97,10 +98,12 @@ bool CommandHubClient::SendAs(State next, CommandHubType type) {
 }
 
 bool CommandHubClient::Register() {
+    const Trace::Scope trace("CommandHubClient::Register");
     return SendAs(Registering, RegisterMessage);
 }
 
 bool CommandHubClient::Unregister() {
+    const Trace::Scope trace("CommandHubClient::Unregister");
     const bool sent = SendAs(Unregistering, UnregisterMessage);
     if (!sent) Trace::Error("unregistering failed");
     return sent;
@@ -115,14 +118,17 @@ bool CommandHubClient::SendTopics(CommandHubType type, const std::vector<WideStr
 }
 
 bool CommandHubClient::Subscribe(const std::vector<WideString>& topics) {
+    const Trace::Scope trace("CommandHubClient::Subscribe");
     return SendTopics(SubscribeMessage, topics);
 }
 
 bool CommandHubClient::Unsubscribe(const std::vector<WideString>& topics) {
+    const Trace::Scope trace("CommandHubClient::Unsubscribe");
     return SendTopics(UnsubscribeMessage, topics);
 }
 
 bool CommandHubClient::KeepAlive() {
+    const Trace::Scope trace("CommandHubClient::KeepAlive");
     if (!channel) return false;
     const bool sent = channel->Send(keepAliveFrame);
     if (!sent) Trace::Error("a keep-alive can't be sent");
@@ -130,6 +136,7 @@ bool CommandHubClient::KeepAlive() {
 }
 
 void CommandHubClient::Close() {
+    const Trace::Scope trace("CommandHubClient::Close");
     MutexLock hold(connectionLock);
     missedClose = false;
     CleanUpLocked();
@@ -149,14 +156,17 @@ void CommandHubClient::CleanUpLocked() {
 }
 
 bool CommandHubClient::IsConnected() {
+    const Trace::Scope trace("CommandHubClient::IsConnected");
     return channel && channel->GetState() == ChannelConnected;
 }
 
 void CommandHubClient::OnConnect() {
+    const Trace::Scope trace("CommandHubClient::OnConnect");
     connectHandler.Call();
 }
 
 void CommandHubClient::OnMessage(const WideString& text) {
+    const Trace::Scope trace("CommandHubClient::OnMessage");
     if (text.empty()) {
         Trace::Information("an empty frame was ignored");
         return;
@@ -216,6 +226,7 @@ void CommandHubClient::OnPush(const CommandHubFrame& frame) {
 }
 
 void CommandHubClient::OnClose() {
+    const Trace::Scope trace("CommandHubClient::OnClose");
     missedClose.exchange(true);
     if (!connectionLock.try_lock()) {
         closeHandler.Call();
@@ -241,6 +252,7 @@ bool CommandHubClient::StartKeepAliveThread() {
 }
 
 void CommandHubClient::StopKeepAliveThread() {
+    const Trace::Scope trace("CommandHubClient::StopKeepAliveThread");
     if (!keepAliveThread) return;
     {
         MutexLock hold(keepAliveLock);
@@ -252,6 +264,7 @@ void CommandHubClient::StopKeepAliveThread() {
 }
 
 void CommandHubClient::KeepAliveThread() {
+    const Trace::Scope trace("CommandHubClient::KeepAliveThread");
     const std::chrono::seconds interval(keepAliveInterval);
     MutexLock hold(keepAliveLock);
     int64_t due = platform::SteadyDeadline(interval);

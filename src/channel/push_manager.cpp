@@ -27,6 +27,7 @@ CPushManager::~CPushManager() {
 }
 
 bool CPushManager::Start() {
+    const Trace::Scope trace("CPushManager::Start");
     MutexLock hold(startLock);
     if (!service) return false;
     if (service->GetState() != 0) return true;
@@ -41,19 +42,23 @@ bool CPushManager::Start() {
 }
 
 void CPushManager::Stop() {
+    const Trace::Scope trace("CPushManager::Stop");
     MutexLock hold(startLock);
     if (service && service->GetState() != 0) service->Close();
 }
 
 bool CPushManager::IsConnected() {
+    const Trace::Scope trace("CPushManager::IsConnected");
     return service && service->IsConnected();
 }
 
 void CPushManager::OnConnect() {
+    const Trace::Scope trace("CPushManager::OnConnect");
     connectHandler.Call();
 }
 
 void CPushManager::OnClose() {
+    const Trace::Scope trace("CPushManager::OnClose");
     closeHandler.Call();
 }
 
@@ -63,6 +68,7 @@ std::shared_ptr<const CPushManager::Topics> CPushManager::PublishedTopics() {
 }
 
 std::shared_ptr<const CPushManager::Topics> CPushManager::GetSubscritions() {
+    const Trace::Scope trace("CPushManager::GetSubscritions");
     if (const auto known = PublishedTopics(); !known->empty()) return known;
     auto topics = std::make_shared<Topics>();
     WideString id;
@@ -79,6 +85,7 @@ bool CPushManager::IsSubscribed(const WideString& topic) {
 }
 
 void CPushManager::OnMessage(const WideString& topic, const WideString& message) {
+    const Trace::Scope trace("CPushManager::OnMessage");
     if (!IsSubscribed(topic)) {
         Trace::Warning("a push on a topic that isn't ours was dropped", topic);
         return;

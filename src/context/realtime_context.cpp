@@ -58,6 +58,7 @@ uint32_t CRealtimeContext::Release() {
 }
 
 uint32_t CRealtimeContext::Start() {
+    const Trace::Scope trace("CRealtimeContext::Start");
     if (!manager) return 0;
     try {
         if (!manager->Start()) Trace::Error("the realtime manager can't be started");
@@ -68,6 +69,7 @@ uint32_t CRealtimeContext::Start() {
 }
 
 void CRealtimeContext::Stop() {
+    const Trace::Scope trace("CRealtimeContext::Stop");
     if (!manager) return;
     try {
         manager->Stop(true);
@@ -77,6 +79,7 @@ void CRealtimeContext::Stop() {
 }
 
 void CRealtimeContext::OnProxyUsed(IProxySetting* proxy) {
+    const Trace::Scope trace("CRealtimeContext::OnProxyUsed");
     CProxyConfig stored(configUtil, wirelink);
     const IProxySetting* last = stored.GetUsedProxy(false);
     if (!last && !proxy) return;

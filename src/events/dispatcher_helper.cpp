@@ -20,10 +20,12 @@ CDispatcherHelper::~CDispatcherHelper() {
 }
 
 uint32_t CDispatcherHelper::RaiseSequence(const CEventSequence& sequence, EventOrigin origin) {
+    const Trace::Scope trace("CDispatcherHelper::RaiseSequence");
     return RaiseEventText(sequence.ToText(), origin);
 }
 
 uint32_t CDispatcherHelper::RaiseEvent(const CMessageObject& message, EventOrigin origin) {
+    const Trace::Scope trace("CDispatcherHelper::RaiseEvent");
     WideString text;
     if (!message.Serialize(text)) {
         Trace::Error("an event can't be written", message.name);
@@ -33,6 +35,7 @@ uint32_t CDispatcherHelper::RaiseEvent(const CMessageObject& message, EventOrigi
 }
 
 uint32_t CDispatcherHelper::RaiseEventText(const WideString& text, EventOrigin origin) {
+    const Trace::Scope trace("CDispatcherHelper::RaiseEventText");
     if (text.empty()) {
         Trace::Error("there is no event to raise");
         return InvalidParameter;
@@ -50,6 +53,7 @@ uint32_t CDispatcherHelper::RaiseEventText(const WideString& text, EventOrigin o
 }
 
 uint32_t CDispatcherHelper::RaiseEventList(const std::vector<WideString>& texts, EventOrigin origin) {
+    const Trace::Scope trace("CDispatcherHelper::RaiseEventList");
     if (texts.empty()) return InvalidParameter;
     for (const WideString& text : texts) {
         const uint32_t result = RaiseEventText(text, origin);
@@ -61,6 +65,7 @@ uint32_t CDispatcherHelper::RaiseEventList(const std::vector<WideString>& texts,
 }
 
 uint32_t CDispatcherHelper::RaiseEventArray(const std::vector<WideString>& texts, EventOrigin origin) {
+    const Trace::Scope trace("CDispatcherHelper::RaiseEventArray");
     if (texts.empty()) return InvalidParameter;
     WideString all;
     for (const WideString& text : texts) {

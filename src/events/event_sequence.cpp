@@ -46,6 +46,7 @@ void CEventSequence::Stamp(CMessageObject& message) const {
 }
 
 uint32_t CEventSequence::AddEvent(CMessageObject message) {
+    const Trace::Scope trace("CEventSequence::AddEvent");
     if (message.isArray || !NeedsNoEscape(message.name) || !HasJsonKeys(message)) return InvalidParameter;
     return Append(std::move(message));
 }
@@ -64,6 +65,7 @@ uint32_t CEventSequence::Append(CMessageObject message) {
 }
 
 uint32_t CEventSequence::AddActions(CMessageObject&& response) {
+    const Trace::Scope trace("CEventSequence::AddActions");
     const auto found = std::find_if(response.items.begin(), response.items.end(),
                                     [](const CMessageItem& item) { return item.name == u"Actions"; });
     if (found == response.items.end() || !found->AsObject()) return NoData;
@@ -84,6 +86,7 @@ uint32_t CEventSequence::AddActions(CMessageObject&& response) {
 }
 
 WideString CEventSequence::ToText() const {
+    const Trace::Scope trace("CEventSequence::ToText");
     WideString one;
     if (events.size() == 1) events.front().Serialize(one);
     if (events.size() < 2) return one;

@@ -5,6 +5,7 @@
 #include "events/dispatcher_helper.h"
 #include "foundation/settings/config_helper.h"
 #include "foundation/text/numbers.h"
+#include "foundation/trace.h"
 #include "platform/crypto.h"
 #include "platform/error_codes.h"
 #include "platform/guid.h"
@@ -90,6 +91,7 @@ void AddIdRequest(CMessageObject& request, const char16_t* name, const WideStrin
 }  // namespace
 
 uint32_t CSchedulerHelper::GetEventHash(const CMessageObject& event, WideString& hash) {
+    const Trace::Scope trace("CSchedulerHelper::GetEventHash");
     CMessageObject copy = event;
     RemoveStamps(copy);
     for (CMessageItem& item : copy.items) {
@@ -104,6 +106,7 @@ uint32_t CSchedulerHelper::GetEventHash(const CMessageObject& event, WideString&
 }
 
 uint32_t CSchedulerHelper::GetRetryId(const CMessageObject& event, WideString& id) {
+    const Trace::Scope trace("CSchedulerHelper::GetRetryId");
     WideString hash;
     const uint32_t result = GetEventHash(event, hash);
     WideString name;
@@ -114,6 +117,7 @@ uint32_t CSchedulerHelper::GetRetryId(const CMessageObject& event, WideString& i
 
 uint32_t CSchedulerHelper::ScheduleEvent(const CMessageObject& event, uint32_t delay,
                                          const WideString& source) {
+    const Trace::Scope trace("CSchedulerHelper::ScheduleEvent");
     if (delay == 0) return dispatcher->RaiseEvent(event, EventOrigin::Local);
     WideString id;
     GetRetryId(event, id);  // without a hash the task still goes out
@@ -123,6 +127,7 @@ uint32_t CSchedulerHelper::ScheduleEvent(const CMessageObject& event, uint32_t d
 }
 
 uint32_t CSchedulerHelper::RemoveRetry(const CMessageObject& event) {
+    const Trace::Scope trace("CSchedulerHelper::RemoveRetry");
     WideString id;
     const uint32_t result = GetRetryId(event, id);
     if (result != 0) return result;
@@ -133,6 +138,7 @@ uint32_t CSchedulerHelper::BuildTaskAdd(CMessageObject& request, const CMessageO
                                         const WideString& offset, const WideString& startTime,
                                         const WideString& source, const WideString& scheduleId,
                                         const CScheduleInfo& info) {
+    const Trace::Scope trace("CSchedulerHelper::BuildTaskAdd");
     WideString text;
     if (!event.Serialize(text)) return InvalidParameter;
     CMessageObject task(u"SchedulerTaskAdd");
@@ -148,12 +154,14 @@ uint32_t CSchedulerHelper::BuildTaskAdd(CMessageObject& request, const CMessageO
 }
 
 bool CSchedulerHelper::BuildTaskRemove(const WideString& scheduleId, CMessageObject& request) {
+    const Trace::Scope trace("CSchedulerHelper::BuildTaskRemove");
     if (scheduleId.empty()) return false;
     AddIdRequest(request, u"SchedulerTaskRemove", scheduleId);
     return true;
 }
 
 bool CSchedulerHelper::TaskExists(const WideString& scheduleId) {
+    const Trace::Scope trace("CSchedulerHelper::TaskExists");
     ConfigUtil* util = GetConfigUtil();
     if (scheduleId.empty() || !util) return false;
     WideString text;
@@ -162,6 +170,7 @@ bool CSchedulerHelper::TaskExists(const WideString& scheduleId) {
 }
 
 uint32_t CSchedulerHelper::RemoveTask(const WideString& scheduleId) {
+    const Trace::Scope trace("CSchedulerHelper::RemoveTask");
     if (!TaskExists(scheduleId)) return Success;
     CMessageObject request;
     if (!BuildTaskRemove(scheduleId, request)) return NotEnoughMemory;
@@ -176,10 +185,12 @@ uint32_t CSchedulerHelper::RaiseIdRequest(const char16_t* name, const WideString
 }
 
 uint32_t CSchedulerHelper::EnableTask(const WideString& scheduleId) {
+    const Trace::Scope trace("CSchedulerHelper::EnableTask");
     return RaiseIdRequest(u"SchedulerTaskEnable", scheduleId);
 }
 
 uint32_t CSchedulerHelper::DisableTask(const WideString& scheduleId) {
+    const Trace::Scope trace("CSchedulerHelper::DisableTask");
     return RaiseIdRequest(u"SchedulerTaskDisable", scheduleId);
 }
 

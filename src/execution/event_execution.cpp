@@ -5,6 +5,7 @@
 
 #include "foundation/settings/config_reader.h"
 #include "foundation/text/numbers.h"
+#include "foundation/trace.h"
 #include "platform/clock.h"
 
 namespace orrery {
@@ -90,6 +91,7 @@ int64_t CEventExecution::AllowedFrom() const {
 }
 
 uint32_t CEventExecution::GetRetryDelay() {
+    const Trace::Scope trace("CEventExecution::GetRetryDelay");
     WideString text;
     retryDelay = defaultRetryDelay;
     uint32_t seconds = 0;
@@ -101,6 +103,7 @@ uint32_t CEventExecution::GetRetryDelay() {
 }
 
 uint32_t CEventExecution::GetRemainingSeconds() const {
+    const Trace::Scope trace("CEventExecution::GetRemainingSeconds");
     if (lastErrorTime == 0) return 0;
     const int64_t remaining = AllowedFrom() - platform::UtcSeconds();
     return static_cast<uint32_t>(std::clamp<int64_t>(remaining, 0, std::numeric_limits<uint32_t>::max()));

@@ -2,10 +2,12 @@
 
 #include "events/scheduler_helper.h"
 #include "execution/event_execution.h"
+#include "foundation/trace.h"
 
 namespace orrery {
 
 uint32_t CEventHandler::RetryEvent(CEventExecution& execution) const {
+    const Trace::Scope trace("CEventHandler::RetryEvent");
     const uint32_t delay = execution.GetRetryDelay();
     const uint32_t result = scheduler->ScheduleEvent(event, delay, GetDisplayName());
     if (result == 0) {

@@ -6,6 +6,7 @@
 #include "events/scheduler_helper.h"
 #include "foundation/settings/config_helper.h"
 #include "foundation/settings/registration.h"
+#include "foundation/trace.h"
 #include "platform/error_codes.h"
 
 namespace orrery {
@@ -19,6 +20,7 @@ constexpr uint32_t stringIsValid = 1;
 CPluginEventHandlers::~CPluginEventHandlers() = default;
 
 void CPluginEventHandlers::AddEventHandler(const WideString& name, std::unique_ptr<CEventHandler> handler) {
+    const Trace::Scope trace("CPluginEventHandlers::AddEventHandler");
     handlers.try_emplace(name, std::move(handler));
     MutexLock hold(stringLock);
     cacheFlags &= ~stringIsValid;
@@ -30,6 +32,7 @@ CEventHandler* CPluginEventHandlers::GetEventHandler(const WideString& name) con
 }
 
 const char16_t* CPluginEventHandlers::GetEventHandlerString() {
+    const Trace::Scope trace("CPluginEventHandlers::GetEventHandlerString");
     MutexLock hold(stringLock);
     if ((cacheFlags & stringIsValid) == 0) {
         handlerString.clear();
@@ -52,6 +55,7 @@ ContextRef CPluginEventHandlers::GiveUpContext() {
 
 uint32_t CPluginEventHandlers::CheckHandlerConditions(const CEventHandler& handler,
                                                       const CEventExecution& execution) const {
+    const Trace::Scope trace("CPluginEventHandlers::CheckHandlerConditions");
     if (execution.maxErrors != 0 && execution.maxErrors < execution.errorCount) {
         LogTo(tracebox, LogError,
               "Too many erroneous executions (%d/%d) for event [%ws], executions allowed in %d seconds",
@@ -67,6 +71,7 @@ uint32_t CPluginEventHandlers::CheckHandlerConditions(const CEventHandler& handl
 }
 
 uint32_t CPluginEventHandlers::ExecuteEventHandler(const WideString& name, const CMessageObject& event) {
+    const Trace::Scope trace("CPluginEventHandlers::ExecuteEventHandler");
     const CEventHandler* prototype = GetEventHandler(name);
     if (!prototype) {
         LogTo(tracebox, LogError, "Handler %ws doesn't exist", name);

@@ -31,6 +31,7 @@ void CDeviceBindInfo::ReadLastInfoSent() {
 }
 
 const CMessageObject* CDeviceBindInfo::BuildMessage() {
+    const Trace::Scope trace("CDeviceBindInfo::BuildMessage");
     if (provider == ProviderNone && recipientId.empty()) return nullptr;
     message.Clear();
     if (provider != ProviderNone)
@@ -40,11 +41,13 @@ const CMessageObject* CDeviceBindInfo::BuildMessage() {
 }
 
 bool CDeviceBindInfo::HasChanged() {
+    const Trace::Scope trace("CDeviceBindInfo::HasChanged");
     WideString text;
     return lastInfoSent.empty() || !BuildMessage() || !message.Serialize(text) || text != lastInfoSent;
 }
 
 bool CDeviceBindInfo::SaveLastInfoSent() {
+    const Trace::Scope trace("CDeviceBindInfo::SaveLastInfoSent");
     WideString text;
     return BuildMessage() && message.Serialize(text) && configUtil->WriteValue(lastInfoKey, text, 0) == 0;
 }

@@ -36,6 +36,7 @@ void ChannelKeeper::SayLastWord(const ManagerThread& self) {
 }
 
 void ChannelKeeper::ConnectPushManager() {
+    const Trace::Scope trace("ChannelKeeper::ConnectPushManager");
     MutexLock hold(pushLock);
     DestroyPushManager();
     retry.Clear();
@@ -43,12 +44,14 @@ void ChannelKeeper::ConnectPushManager() {
 }
 
 void ChannelKeeper::DisconnectPushManager() {
+    const Trace::Scope trace("ChannelKeeper::DisconnectPushManager");
     MutexLock hold(pushLock);
     DestroyPushManager();
     SendAllowedDeviceBind();
 }
 
 void ChannelKeeper::CreatePushManager() {
+    const Trace::Scope trace("ChannelKeeper::CreatePushManager");
     MutexLock hold(pushLock);
     CreateLocked();
 }
@@ -71,6 +74,7 @@ void ChannelKeeper::CreateLocked() {
 }
 
 void ChannelKeeper::DestroyPushManager() {
+    const Trace::Scope trace("ChannelKeeper::DestroyPushManager");
     if (!chain) return;
     StopConnectionWatcher();
     retry.ForgetForced();
@@ -79,6 +83,7 @@ void ChannelKeeper::DestroyPushManager() {
 }
 
 bool ChannelKeeper::CheckPushManager() {
+    const Trace::Scope trace("ChannelKeeper::CheckPushManager");
     MutexLock hold(pushLock);
     if (!chain) return false;
     const int64_t now = platform::SystemTicks();
@@ -93,6 +98,7 @@ bool ChannelKeeper::CheckPushManager() {
 }
 
 void ChannelKeeper::StartPushManager() {
+    const Trace::Scope trace("ChannelKeeper::StartPushManager");
     if (chain->IsConnected()) return;
     if (retry.ShouldAttempt(platform::SystemTicks(), settings.Get().retry) && Attempt()) return;
     StartConnectionWatcher();
@@ -110,6 +116,7 @@ bool ChannelKeeper::Attempt() {
 }
 
 void ChannelKeeper::StartConnectionWatcher() {
+    const Trace::Scope trace("ChannelKeeper::StartConnectionWatcher");
     if (watcherStarted || !watcher) return;
     watcherStarted = watcher->Start([this](NotificationType type) { OnConnectionChange(type); });
 }
@@ -120,15 +127,18 @@ void ChannelKeeper::StopConnectionWatcher() {
 }
 
 void ChannelKeeper::OnConnectionChange(NotificationType type) {
+    const Trace::Scope trace("ChannelKeeper::OnConnectionChange");
     if (type == AddInstance) ++forcedAttempts;
 }
 
 bool ChannelKeeper::IsPushConnected() {
+    const Trace::Scope trace("ChannelKeeper::IsPushConnected");
     MutexLock hold(pushLock);
     return chain && chain->IsConnected();
 }
 
 void ChannelKeeper::OnPushConnected() {
+    const Trace::Scope trace("ChannelKeeper::OnPushConnected");
     if (IsSilenced()) return;
     const bool checkCommands = !std::exchange(retry.bindPending, false);
     SendDeviceBind();
@@ -141,6 +151,7 @@ void ChannelKeeper::SendAllowedDeviceBind() {
 }
 
 void ChannelKeeper::SendDeviceBind() {
+    const Trace::Scope trace("ChannelKeeper::SendDeviceBind");
     Schedule(u"{\"DeviceBind\":{}}");
 }
 
@@ -149,10 +160,12 @@ bool ChannelKeeper::IsSilenced() const {
 }
 
 void ChannelKeeper::Schedule(const char16_t* event) {
+    const Trace::Scope trace("ChannelKeeper::Schedule");
     CEventScheduler(*needs.dispatcher).Schedule(event, EventOrigin::Remote);
 }
 
 uint32_t ChannelKeeper::EvaluateInterval(const WideString& interval) {
+    const Trace::Scope trace("ChannelKeeper::EvaluateInterval");
     uint32_t seconds = 0;
     needs.config->EvaluateInterval(interval, seconds);
     return seconds;

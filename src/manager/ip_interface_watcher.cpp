@@ -28,6 +28,7 @@ CIpInterfaceWatcher::~CIpInterfaceWatcher() {
 }
 
 bool CIpInterfaceWatcher::Start(ConnectionChangeCallback replacement) {
+    const Trace::Scope trace("CIpInterfaceWatcher::Start");
     Stop();
     if (!notifyIpInterfaceChange || !cancelMibChangeNotify2) return false;
     SetCallback(std::move(replacement));
@@ -38,6 +39,7 @@ bool CIpInterfaceWatcher::Start(ConnectionChangeCallback replacement) {
 }
 
 void CIpInterfaceWatcher::Stop() {
+    const Trace::Scope trace("CIpInterfaceWatcher::Stop");
     SetCallback({});
     if (!cancelMibChangeNotify2 || !notificationHandle) return;
     cancelMibChangeNotify2(notificationHandle);  // waits for a notification in flight

@@ -35,6 +35,7 @@ PushChain::~PushChain() {
 }
 
 bool PushChain::Start() {
+    const Trace::Scope trace("PushChain::Start");
     try {
         return pushManager->Start();
     } catch (const std::exception& failure) {

@@ -65,6 +65,7 @@ CRealtimeManager::~CRealtimeManager() {
 }
 
 bool CRealtimeManager::Start() {
+    const Trace::Scope trace("CRealtimeManager::Start");
     MutexLock hold(lifecycleLock);
     if (started) return true;
     CatchUp();
@@ -93,6 +94,7 @@ void CRealtimeManager::StopObserving() {
 }
 
 void CRealtimeManager::Stop(bool silent) {
+    const Trace::Scope trace("CRealtimeManager::Stop");
     MutexLock hold(lifecycleLock);
     StopLocked(silent);
 }
@@ -106,6 +108,7 @@ void CRealtimeManager::StopLocked(bool silent) {
 }
 
 bool CRealtimeManager::StartThread() {
+    const Trace::Scope trace("CRealtimeManager::StartThread");
     uint32_t error = Success;
     try {
         thread = std::make_shared<ManagerThread>([this](ManagerThread& self) { Run(self); }, late);
@@ -120,6 +123,7 @@ bool CRealtimeManager::StartThread() {
 }
 
 void CRealtimeManager::StopThread(bool sendBind) {
+    const Trace::Scope trace("CRealtimeManager::StopThread");
     thread->Stop(sendBind);
     if (!thread->WaitForEnd(stopTimeout)) {
         Trace::Error("the manager thread is late; it ends by itself");
@@ -129,6 +133,7 @@ void CRealtimeManager::StopThread(bool sendBind) {
 }
 
 void CRealtimeManager::Run(ManagerThread& self) {
+    const Trace::Scope trace("CRealtimeManager::Run");
     keeper.TakeTheFloor(self);
     SignalEnabled();  // not earlier: a predecessor may have reset what was signalled
     const std::array<platform::Event*, 4> events{&self.stopEvent, &enableEvent, &disableEvent,
@@ -180,14 +185,17 @@ void CRealtimeManager::NoteSwitch() {
 }
 
 bool CRealtimeManager::CheckPushManager() {
+    const Trace::Scope trace("CRealtimeManager::CheckPushManager");
     return keeper.CheckPushManager();
 }
 
 bool CRealtimeManager::IsPushConnected() {
+    const Trace::Scope trace("CRealtimeManager::IsPushConnected");
     return keeper.IsPushConnected();
 }
 
 bool CRealtimeManager::GetConfig() {
+    const Trace::Scope trace("CRealtimeManager::GetConfig");
     const bool changed = settings.Refresh();
     LogIfDisabled();
     return changed;
@@ -211,6 +219,7 @@ void CRealtimeManager::SignalEnabled() {
 
 void CRealtimeManager::OnConfigChange(const char16_t* section, const char16_t* group, const char16_t* name,
                                       const char16_t* value1, const char16_t* value2) {
+    const Trace::Scope trace("CRealtimeManager::OnConfigChange");
     if (ShapesTheManager(section, group)) {
         if (!GetConfig()) return;
         switched = true;

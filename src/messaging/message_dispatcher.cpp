@@ -104,6 +104,7 @@ void CMessageDispatcher::Equip(OpenClient& open) const {
 
 bool CMessageDispatcher::UploadFile(const WideString& service, const WideString& path,
                                     const WideString& name) {
+    const Trace::Scope trace("CMessageDispatcher::UploadFile");
     const CServiceSettings settings(configUtil, service);
     const OpenClient open = Open(settings, {u"FileUpload"});
     return open.client &&
@@ -113,6 +114,7 @@ bool CMessageDispatcher::UploadFile(const WideString& service, const WideString&
 
 bool CMessageDispatcher::EnqueueMessage(const WideString& service, const WideString& label,
                                         const std::string& message) {
+    const Trace::Scope trace("CMessageDispatcher::EnqueueMessage");
     const CServiceSettings settings(configUtil, service);
     const OpenClient open = Open(settings, {u"Queue"});
     return open.client &&
@@ -123,6 +125,7 @@ bool CMessageDispatcher::EnqueueMessage(const WideString& service, const WideStr
 bool CMessageDispatcher::SendDataContainer(const WideString& service, const WideString& name,
                                            const std::string& data, const WideString& container,
                                            uint32_t version, bool last) {
+    const Trace::Scope trace("CMessageDispatcher::SendDataContainer");
     const OpenClient open = Open(CServiceSettings(configUtil, service), {u"DataContainer"});
     return open.client &&
            Report(open.client->SendDataContainer(container.c_str(), version, name.c_str(), data, last),
@@ -130,11 +133,13 @@ bool CMessageDispatcher::SendDataContainer(const WideString& service, const Wide
 }
 
 IServiceClient* CMessageDispatcher::OpenDataService(const WideString& service, const WideString& id) {
+    const Trace::Scope trace("CMessageDispatcher::OpenDataService");
     return OpenFor(CServiceSettings(configUtil, service), id, {u"GetDataById", u"SetDataById"})
         .client.release();
 }
 
 IServiceClient* CMessageDispatcher::OpenEventHub(const WideString& service) {
+    const Trace::Scope trace("CMessageDispatcher::OpenEventHub");
     return Open(CServiceSettings(configUtil, service), {u"EventHub"}).client.release();
 }
 

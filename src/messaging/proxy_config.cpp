@@ -71,6 +71,7 @@ IProxySetting* CProxyConfig::Copy(const IProxySetting& entry) const {
 }
 
 bool CProxyConfig::AddLastUsedProxy() {
+    const Trace::Scope trace("CProxyConfig::AddLastUsedProxy");
     const IProxySetting* last = GetUsedProxy(false);
     if (!last) return false;
     IProxySetting* copy = Copy(*last);
@@ -101,6 +102,7 @@ bool CProxyConfig::AddConfiguredProxies() {
 }
 
 bool CProxyConfig::AddConfiguredProxy(const CMessageObject& object, bool first) {
+    const Trace::Scope trace("CProxyConfig::AddConfiguredProxy");
     WideString source;
     bool fallback = false;
     object.GetString(u"source", source);
@@ -158,6 +160,7 @@ void CProxyConfig::AddWpadProxy(const CMessageObject& object, bool fallback, boo
 }
 
 WideString CProxyConfig::ApplyDefaultPort(const WideString& proxyText) const {
+    const Trace::Scope trace("CProxyConfig::ApplyDefaultPort");
     WideString port;
     if (configUtil->ReadValue(u"Proxy.Device.DefaultPort", port, 0) != 0) port = u"3128";
     WideString result;
@@ -173,6 +176,7 @@ WideString CProxyConfig::ApplyDefaultPort(const WideString& proxyText) const {
 }
 
 IProxySetting* CProxyConfig::GetUsedProxy(bool alternative) {
+    const Trace::Scope trace("CProxyConfig::GetUsedProxy");
     if (!wirelink || !configUtil) return nullptr;
     Release(usedProxy);
     WideString text;
@@ -187,6 +191,7 @@ IProxySetting* CProxyConfig::GetUsedProxy(bool alternative) {
 }
 
 bool CProxyConfig::SetUsedProxy(const IProxySetting* entry, bool alternative) {
+    const Trace::Scope trace("CProxyConfig::SetUsedProxy");
     if (!wirelink || !configUtil) return false;
     const WideString key = UsedProxyKey(alternative);
     // What was handed out before may be what is to be stored.

@@ -5,6 +5,7 @@
 #include "foundation/settings/config_helper.h"
 #include "foundation/settings/config_reader.h"
 #include "foundation/text/time_text.h"
+#include "foundation/trace.h"
 #include "messaging/url_template.h"
 #include "platform/clock.h"
 #include "platform/guid.h"
@@ -50,6 +51,7 @@ WebApiRequest::WebApiRequest(ConfigUtil* util, const WideString& extraName, IReq
       parameters(std::move(parameters)) {}
 
 WideString WebApiRequest::ReadMethodSetting(const char16_t* setting) const {
+    const Trace::Scope trace("WebApiRequest::ReadMethodSetting");
     WideString value;
     ReadWithDefaults(configUtil, u"Communications", method.empty() ? u"Defaults" : method, setting, value);
     return value;
@@ -79,12 +81,14 @@ WideString WebApiRequest::BuildUrl() const {
 }
 
 const WideString& WebApiRequest::GetUrl() {
+    const Trace::Scope trace("WebApiRequest::GetUrl");
     if (!method.empty() && method != downloadMethod) url = BuildUrl();
     if (FillPlaceholders(url, parameters)) DropUnfilledQuery(url);
     return url;
 }
 
 void WebApiRequest::SetUrl(const WideString& path) {
+    const Trace::Scope trace("WebApiRequest::SetUrl");
     url = WithForwardSlashes(relativePath + path);
     FillPlaceholders(url, parameters);
     if (method.empty()) name = u" " + HostOf(url);
@@ -104,6 +108,7 @@ void WebApiRequest::MakeStandardHeaders() {
 }
 
 void WebApiRequest::GetHeaders(HeaderMap& out) {
+    const Trace::Scope trace("WebApiRequest::GetHeaders");
     MakeStandardHeaders();
     out = headers;
     for (const auto& [header, value] : defaultHeaders) {
@@ -117,6 +122,7 @@ void WebApiRequest::AddHeader(const WideString& header, const WideString& value)
 }
 
 bool WebApiRequest::AddHeaderText(WideView text) {
+    const Trace::Scope trace("WebApiRequest::AddHeaderText");
     HeaderMap parsed;
     if (!ParseHeaderText(text, parsed)) return false;
     AddHeaders(parsed);
@@ -128,6 +134,7 @@ void WebApiRequest::AddHeaders(const HeaderMap& map) {
 }
 
 bool WebApiRequest::SetHeaderText(WideView text) {
+    const Trace::Scope trace("WebApiRequest::SetHeaderText");
     headers.clear();
     return ParseHeaderText(text, headers);
 }

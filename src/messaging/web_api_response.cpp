@@ -31,6 +31,7 @@ uint32_t StatusToError(uint32_t status) {
 
 void WebApiResponse::SetResult(const CalendarTime& replyDate, uint32_t replyStatus, const void* replyContent,
                                uint32_t size) {
+    const Trace::Scope trace("WebApiResponse::SetResult");
     date = replyDate;
     status = replyStatus;
     KeepContent(replyContent, size);
@@ -86,6 +87,7 @@ void WebApiResponse::ForwardActions() const {
 }
 
 bool WebApiResponse::SetHeaderText(WideView text) {
+    const Trace::Scope trace("WebApiResponse::SetHeaderText");
     headers.clear();
     return ParseHeaderText(text, headers);
 }

@@ -114,6 +114,7 @@ WirelinkRequestDispatcher::WirelinkRequestDispatcher(ConfigUtil* util, bool logM
 
 uint32_t WirelinkRequestDispatcher::Send(IRequest& request, uint32_t reserved, IRequestResponse& response,
                                          ProxyRecord* proxyUsed) {
+    const Trace::Scope trace("WirelinkRequestDispatcher::Send");
     Exchange exchange(*wirelink, request);
     const uint32_t result = exchange.Open(*configUtil) ? SendOver(exchange, reserved, response, proxyUsed)
                                                        : uint32_t{InvalidData};
@@ -148,6 +149,7 @@ void WirelinkRequestDispatcher::NoteProxyUsed(Exchange& exchange, uint32_t resul
 }
 
 uint32_t WirelinkRequestDispatcher::Receive(Exchange& exchange, IRequestResponse& response) {
+    const Trace::Scope trace("WirelinkRequestDispatcher::Receive");
     const uint32_t result = exchange.connection->Receive(&exchange.reply);
     if (result != Success) return result;
     const TransportResponse& reply = exchange.reply;
@@ -165,6 +167,7 @@ void WirelinkRequestDispatcher::LearnClockOffset(const CalendarTime& date) {
 
 uint32_t WirelinkRequestDispatcher::Download(IRequest& request, const WideString& path,
                                              IRequestResponse& response) {
+    const Trace::Scope trace("WirelinkRequestDispatcher::Download");
     Exchange exchange(*wirelink, request);
     if (!exchange.Open(*configUtil)) {
         Trace::Error("a download has no connection", WithoutUser(exchange.url));
@@ -200,12 +203,14 @@ uint32_t WirelinkRequestDispatcher::ReceiveHeaders(Exchange& exchange, IRequestR
 
 void WirelinkRequestDispatcher::WriteRequestRecord(IRequest& request, const WideString& url, uint32_t result,
                                                    const uint32_t* status, const IProxySetting* proxy) {
+    const Trace::Scope trace("WirelinkRequestDispatcher::WriteRequestRecord");
     const CalendarTime now = platform::LocalTime();
     logFile = MessageFilePath(request.GetName(), now);
     WriteMessageFile(logFile, RequestRecord(request, url, result, status, proxy, now));
 }
 
 void WirelinkRequestDispatcher::WriteResponseRecord(const TransportResponse& reply, uint32_t result) {
+    const Trace::Scope trace("WirelinkRequestDispatcher::WriteResponseRecord");
     AppendToMessageFile(logFile, ResponseRecord(reply, result, platform::LocalTime()));
 }
 

@@ -15,6 +15,7 @@ uint32_t CRealtimePlugin::Release() {
 }
 
 uint32_t CRealtimePlugin::Start() {
+    const Trace::Scope trace("CRealtimePlugin::Start");
     const auto objects = PluginObjects::Current();
     const ContextRef context = objects ? objects->Registry().GetContext() : ContextRef();
     if (!context) return Success;
@@ -24,10 +25,12 @@ uint32_t CRealtimePlugin::Start() {
 }
 
 void CRealtimePlugin::Stop() {
+    const Trace::Scope trace("CRealtimePlugin::Stop");
     if (const auto objects = PluginObjects::Current()) objects->StopContext();
 }
 
 const char16_t* CRealtimePlugin::GetEventHandlerString() {
+    const Trace::Scope trace("CRealtimePlugin::GetEventHandlerString");
     const auto objects = PluginObjects::Current();
     try {
         return objects ? objects->Registry().GetEventHandlerString() : u"";
@@ -39,6 +42,7 @@ const char16_t* CRealtimePlugin::GetEventHandlerString() {
 
 // The share that it holds keeps the registry while the event runs, whatever the host frees meanwhile.
 uint32_t CRealtimePlugin::ExecuteEvent(const CMessageObject& event) {
+    const Trace::Scope trace("CRealtimePlugin::ExecuteEvent");
     WideString name;
     if (!event.GetMessageName(name)) {
         Trace::Error("an event without a name");

@@ -35,6 +35,7 @@ const char16_t* CRealtimePluginContainer::GetPluginGuid() {
 }
 
 uint32_t CRealtimePluginContainer::QueryInterface(const WideString& guid, IPluginInterface** out) {
+    const Trace::Scope trace("CRealtimePluginContainer::QueryInterface");
     if (!out || guid.empty()) return InvalidParameter;
     if (guid != pluginGuid) return NotFound;
     *out = new (std::nothrow) CRealtimePlugin;

@@ -31,6 +31,7 @@ CDmpNotificationsManager::CDmpNotificationsManager(ConfigUtil* util)
       createHandler(std::make_unique<CNotificationHandler>(config)) {}
 
 bool CDmpNotificationsManager::Check(WideString& text) {
+    const Trace::Scope trace("CDmpNotificationsManager::Check");
     WideString id;
     if (!Prepare(*checkHandler, checkService, id)) return false;
     const bool given = checkHandler->GetNotification(id);
@@ -52,6 +53,7 @@ bool CDmpNotificationsManager::Check(WideString& text) {
 
 // The next poll carries the tag of what was made here.
 void CDmpNotificationsManager::CreateRemoteNotification() {
+    const Trace::Scope trace("CDmpNotificationsManager::CreateRemoteNotification");
     WideString id;
     if (!Prepare(*createHandler, createService, id)) return;
     const bool made = createHandler->CreateNotification(id, {});

@@ -41,6 +41,7 @@ CNotificationHandler::~CNotificationHandler() {
 }
 
 bool CNotificationHandler::Register(const char16_t* name) {
+    const Trace::Scope trace("CNotificationHandler::Register");
     MutexLock hold(notificationLock);
     messageDispatcher.CloseDataService(&dataService);
     serviceName = name;
@@ -48,6 +49,7 @@ bool CNotificationHandler::Register(const char16_t* name) {
 }
 
 bool CNotificationHandler::Unregister() {
+    const Trace::Scope trace("CNotificationHandler::Unregister");
     MutexLock hold(notificationLock);
     messageDispatcher.CloseDataService(&dataService);
     serviceName.clear();
@@ -61,6 +63,7 @@ bool CNotificationHandler::IsRegistered() {
 
 void CNotificationHandler::OnConfigChange(const char16_t* changedSection, const char16_t* group,
                                           const char16_t* name, const char16_t*, const char16_t*) {
+    const Trace::Scope trace("CNotificationHandler::OnConfigChange");
     if (WideView(changedSection) == section && WideView(group) == u"Register" &&
         WideView(name) == u"DeviceId")
         Unregister();
@@ -77,6 +80,7 @@ bool CNotificationHandler::OpenLocked(const WideString& id) {
 }
 
 bool CNotificationHandler::GetNotification(const WideString& id) {
+    const Trace::Scope trace("CNotificationHandler::GetNotification");
     MutexLock hold(notificationLock);
     if (!OpenLocked(id)) return true;
     ReadETagLocked();
@@ -93,6 +97,7 @@ bool CNotificationHandler::GetNotification(const WideString& id) {
 }
 
 bool CNotificationHandler::CreateNotification(const WideString& id, const std::string& body) {
+    const Trace::Scope trace("CNotificationHandler::CreateNotification");
     MutexLock hold(notificationLock);
     if (!OpenLocked(id)) return true;
     TagBuffer tag;
@@ -103,6 +108,7 @@ bool CNotificationHandler::CreateNotification(const WideString& id, const std::s
 }
 
 bool CNotificationHandler::SetETag(const char16_t* text) {
+    const Trace::Scope trace("CNotificationHandler::SetETag");
     MutexLock hold(notificationLock);
     etag = text;
     return SaveETagLocked();

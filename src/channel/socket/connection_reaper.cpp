@@ -8,10 +8,12 @@
 
 namespace orrery {
 
-ConnectionReaper::~ConnectionReaper() {
+void ConnectionReaper::End() {
     MutexLock hold(lock);
     while (!running.empty()) threadFinished.wait(lock);
+    ended = true;
     for (std::thread& thread : finished) thread.join();
+    finished.clear();
 }
 
 bool ConnectionReaper::Give(Work work) {
@@ -20,6 +22,7 @@ bool ConnectionReaper::Give(Work work) {
     {
         MutexLock hold(lock);
         waiting.push_back(std::move(work));
+        if (ended) return true;
         left.swap(finished);
         started = StartThreadLocked();
     }
@@ -40,6 +43,7 @@ bool ConnectionReaper::StartThreadLocked() {
 }
 
 void ConnectionReaper::Run(Threads::iterator self) {
+    const Trace::Scope trace("ConnectionReaper::Run");
     Work work;
     while (TakeWork(self, work)) work();
 }

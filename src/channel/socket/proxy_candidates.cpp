@@ -70,6 +70,7 @@ class ProxyCandidateCollector::Found {
 };
 
 void ProxyCandidateCollector::CollectProxyCandidates(std::vector<ProxyCandidate>& candidates) const {
+    const Trace::Scope trace("ProxyCandidateCollector::CollectProxyCandidates");
     Found found(candidates);
     if (proxyList && proxyList->BeginEnumeration()) {
         while (const IProxySetting* entry = proxyList->NextEntry()) {
@@ -116,6 +117,7 @@ void ProxyCandidateCollector::CollectEntry(const IProxySetting& entry, Found& fo
 }
 
 bool ProxyCandidateCollector::ParseProxyAddress(const std::string& text, std::string& address) {
+    const Trace::Scope trace("ProxyCandidateCollector::ParseProxyAddress");
     std::string host = LowerCase(text);
     UnfoldScheme(host);
     std::string scheme = "http";
@@ -142,6 +144,7 @@ bool ProxyCandidateCollector::ParseProxyAddress(const std::string& text, std::st
 }
 
 bool ProxyCandidateCollector::ResolveWpadProxy(const WideString& pacUrl, std::string& proxyText) const {
+    const Trace::Scope trace("ProxyCandidateCollector::ResolveWpadProxy");
     WideString url = pacUrl;
     if (url.empty() &&
         !platform::DetectAutoProxyConfigUrl(platform::DetectByDhcp | platform::DetectByDns, url)) {

@@ -24,7 +24,13 @@ constexpr size_t poolThreads = 2;
 // How many handlers are running on this thread.
 thread_local int handlersInside = 0;
 
-// Behind the pool, so that at the end of the process the reaper has ended before the pool does.
+struct EndAtExit {
+    ConnectionReaper& reaper;
+    ~EndAtExit() { reaper.End(); }
+};
+
+// Behind the pool, so that at the end of the process the reaper has ended before the pool does. The object
+// itself stays: a thread of the pool may let go of a connection even then.
 ConnectionReaper& Reaper() {
     static std::once_flag once;
     std::call_once(once, [] {
@@ -34,7 +40,8 @@ ConnectionReaper& Reaper() {
             Trace::Warning("the library's pool exists already", failure.what());
         }
     });
-    static ConnectionReaper reaper;
+    static ConnectionReaper& reaper = *new ConnectionReaper;
+    static const EndAtExit end{reaper};
     return reaper;
 }
 
@@ -118,6 +125,7 @@ bool WebSocketConnection::Open(const std::string& uri) {
 }
 
 bool WebSocketConnection::Start() {
+    const Trace::Scope trace("WebSocketConnection::Start");
     return Enter(Phase::Connecting, Phase::Open);
 }
 
@@ -127,6 +135,7 @@ bool WebSocketConnection::Stands() {
 }
 
 bool WebSocketConnection::Send(const std::string& utf8) {
+    const Trace::Scope trace("WebSocketConnection::Send");
     if (!Enter(Phase::Open, Phase::Open)) return false;
     ws::websocket_outgoing_message message;
     message.set_utf8_message(utf8);
@@ -135,6 +144,7 @@ bool WebSocketConnection::Send(const std::string& utf8) {
 }
 
 void WebSocketConnection::Close() {
+    const Trace::Scope trace("WebSocketConnection::Close");
     if (!Stands()) return;
     if (Enter(Phase::Open, Phase::Closing)) {
         const auto closing = library->client.close(ws::websocket_close_status::normal, {});

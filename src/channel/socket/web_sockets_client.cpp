@@ -63,17 +63,20 @@ WebSocketsClient::~WebSocketsClient() {
 }
 
 void WebSocketsClient::GetConfig() {
+    const Trace::Scope trace("WebSocketsClient::GetConfig");
     WideString value;
     const bool read = configUtil->ReadValue(u"Realtime.Client.ValidateCertificates", value, 0) == 0;
     validateCertificates = read && value != u"0";
 }
 
 bool WebSocketsClient::Connect() {
+    const Trace::Scope trace("WebSocketsClient::Connect");
     CleanupConnection();
     return SetupConnection();
 }
 
 bool WebSocketsClient::SetupConnection() {
+    const Trace::Scope trace("WebSocketsClient::SetupConnection");
     std::vector<ProxyCandidate> candidates;
     try {
         const web::uri parsed(ToUtf8(uri));
@@ -90,6 +93,7 @@ bool WebSocketsClient::SetupConnection() {
 }
 
 bool WebSocketsClient::TryConnection(const ProxyCandidate& candidate) {
+    const Trace::Scope trace("WebSocketsClient::TryConnection");
     bool connected = false;
     try {
         const auto fresh =
@@ -112,10 +116,12 @@ bool WebSocketsClient::TryConnection(const ProxyCandidate& candidate) {
 }
 
 void WebSocketsClient::OnConnect() {
+    const Trace::Scope trace("WebSocketsClient::OnConnect");
     connectHandler.Call();
 }
 
 bool WebSocketsClient::Send(const WideString& text) {
+    const Trace::Scope trace("WebSocketsClient::Send");
     bool sent = false;
     try {
         const std::string utf8 = ToUtf8(text);
@@ -132,6 +138,7 @@ bool WebSocketsClient::Send(const WideString& text) {
 }
 
 void WebSocketsClient::Close() {
+    const Trace::Scope trace("WebSocketsClient::Close");
     std::shared_ptr<WebSocketConnection> connection;
     {
         MutexLock hold(clientLock);  // waits for a pass or a send, and isn't held over the close
@@ -147,10 +154,12 @@ void WebSocketsClient::Close() {
 }
 
 void WebSocketsClient::OnMessage(const WideString& text) {
+    const Trace::Scope trace("WebSocketsClient::OnMessage");
     messageHandler.Call(text);
 }
 
 void WebSocketsClient::OnClose(int32_t status, const std::string& reason, int32_t errorCode) {
+    const Trace::Scope trace("WebSocketsClient::OnClose");
     if (status == normalClosure) {
         Trace::Warning("closed", status, reason, errorCode);
     } else {
@@ -161,6 +170,7 @@ void WebSocketsClient::OnClose(int32_t status, const std::string& reason, int32_
 
 // Short texts, the keep-alive frame above all, would bury the others.
 void WebSocketsClient::LogTraffic(const WideString& text, const WideString& name) {
+    const Trace::Scope trace("WebSocketsClient::LogTraffic");
     if (text.size() <= 2) return;
     const CalendarTime now = platform::LocalTime();
     WideString record;
@@ -174,6 +184,7 @@ void WebSocketsClient::LogTraffic(const WideString& text, const WideString& name
 
 // An earlier connection is over before the next attempt begins, its close told.
 void WebSocketsClient::CleanupConnection() {
+    const Trace::Scope trace("WebSocketsClient::CleanupConnection");
     std::shared_ptr<WebSocketConnection> dropped;
     {
         MutexLock hold(clientLock);

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "foundation/cypher/cypher_material.h"
+#include "foundation/trace.h"
 #include "platform/crypto.h"
 
 namespace orrery {
@@ -35,6 +36,7 @@ bool CAESCypher::SetSalt(std::string_view value) {
 }
 
 bool CAESCypher::Encipher(const std::string& plain, std::string& cipher) try {
+    const Trace::Scope trace("CAESCypher::Encipher");
     CypherKey handle;
     return MakeKey(handle) && platform::EncipherAes256(handle.bytes, handle.iv, plain, cipher);
 } catch (const std::bad_alloc&) {
@@ -42,6 +44,7 @@ bool CAESCypher::Encipher(const std::string& plain, std::string& cipher) try {
 }
 
 bool CAESCypher::Decipher(const std::string& cipher, std::string& plain) try {
+    const Trace::Scope trace("CAESCypher::Decipher");
     CypherKey handle;
     return MakeKey(handle) && platform::DecipherAes256(handle.bytes, handle.iv, cipher, plain);
 } catch (const std::bad_alloc&) {
@@ -49,6 +52,7 @@ bool CAESCypher::Decipher(const std::string& cipher, std::string& plain) try {
 }
 
 bool CAESCypher::EncipherToText(const std::string& plain, std::string& text) try {
+    const Trace::Scope trace("CAESCypher::EncipherToText");
     std::string cipher;
     if (!Encipher(plain, cipher)) return false;
     text = platform::Base64(cipher);
@@ -58,6 +62,7 @@ bool CAESCypher::EncipherToText(const std::string& plain, std::string& text) try
 }
 
 bool CAESCypher::DecipherFromText(const std::string& text, std::string& plain) try {
+    const Trace::Scope trace("CAESCypher::DecipherFromText");
     std::string cipher;
     return platform::DecodeBase64(text, cipher) && Decipher(cipher, plain);
 } catch (const std::bad_alloc&) {

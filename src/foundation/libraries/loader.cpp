@@ -20,6 +20,7 @@ CLoader::~CLoader() {
 }
 
 bool CLoader::Load(const WideString& file, const WideString& from) {
+    const Trace::Scope trace("CLoader::Load");
     MutexLock hold(lock);
     if (module) {
         ++loadCount;
@@ -38,6 +39,7 @@ bool CLoader::Load(const WideString& file, const WideString& from) {
 }
 
 void CLoader::Unload() {
+    const Trace::Scope trace("CLoader::Unload");
     MutexLock hold(lock);
     if (loadCount == 0) return;
     --loadCount;

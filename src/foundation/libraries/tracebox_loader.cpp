@@ -2,6 +2,7 @@
 
 #include "foundation/libraries/shared_library.h"
 #include "foundation/system/install_paths.h"
+#include "foundation/trace.h"
 
 namespace orrery {
 
@@ -27,10 +28,12 @@ CTraceboxLoader::~CTraceboxLoader() {
 }
 
 ITracebox* CTraceboxLoader::GetInterface() {
+    const Trace::Scope trace("CTraceboxLoader::GetInterface");
     return traceboxShared.GetObject<ITracebox>("GetITracebox");
 }
 
 void CTraceboxLoader::ReleaseInterface(ITracebox** tracebox) {
+    const Trace::Scope trace("CTraceboxLoader::ReleaseInterface");
     traceboxShared.ReleaseObject("FreeITracebox", tracebox);
 }
 

@@ -2,6 +2,7 @@
 
 #include "foundation/libraries/shared_library.h"
 #include "foundation/system/operating_system.h"
+#include "foundation/trace.h"
 
 namespace orrery {
 
@@ -23,21 +24,25 @@ CWirelinkLoader::~CWirelinkLoader() {
 }
 
 bool CWirelinkLoader::Load() {
+    const Trace::Scope trace("CWirelinkLoader::Load");
     if (!wirelinkShared.AddUse(folder, TransportFile)) return false;
     loaded = true;
     return true;
 }
 
 void CWirelinkLoader::Unload() {
+    const Trace::Scope trace("CWirelinkLoader::Unload");
     wirelinkShared.DropUse();
     loaded = false;
 }
 
 IWirelink* CWirelinkLoader::GetInterface() {
+    const Trace::Scope trace("CWirelinkLoader::GetInterface");
     return loaded ? wirelinkShared.GetObject<IWirelink>("GetIWirelink") : nullptr;
 }
 
 void CWirelinkLoader::ReleaseInterface(IWirelink** wirelink) {
+    const Trace::Scope trace("CWirelinkLoader::ReleaseInterface");
     if (loaded) wirelinkShared.ReleaseObject("FreeIWirelink", wirelink);
 }
 

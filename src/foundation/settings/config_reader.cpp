@@ -1,6 +1,7 @@
 #include "foundation/settings/config_reader.h"
 
 #include "foundation/settings/config_helper.h"
+#include "foundation/trace.h"
 
 namespace orrery {
 
@@ -20,6 +21,7 @@ bool ReadNotEmpty(ConfigUtil& util, const WideString& key, WideString& out) {
 CConfigReader::CConfigReader(ConfigUtil* util) : configUtil(ConfigUtilOrThrow(util, "ConfigUtil")) {}
 
 bool CConfigReader::ReadJson(const WideString& key, CMessageObject& out) const {
+    const Trace::Scope trace("CConfigReader::ReadJson");
     WideString value;
     std::string utf8;
     return configUtil->ReadValue(key, value, 0) == 0 && WideToUtf8(value, utf8) && out.Parse(utf8);
