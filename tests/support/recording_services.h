@@ -15,7 +15,7 @@
 namespace orrery::test {
 
 // With "{id}" in place of every id that was made for it.
-std::string WithoutIds(const std::string& text);
+std::string WithoutIds(std::string text);
 
 class RecordingEventgate final : public IEventgate {
   public:
