@@ -29,10 +29,7 @@ TEST(Trace, SessionHearsTheLevelsAndFlagsThatItAskedFor) {
     const struct {
         const char* session;
         std::string told;
-    } cases[] = {
-        {"2,1,", error},          {"4,0x1,", general}, {"4,3,", general}, {"5,2,", enter + exit},
-        {"0x5,2,", enter + exit}, {"5,4,", ""},        {"5;2,", ""},      {"x,2,", ""},
-    };
+    } cases[] = {{"2,1,", error}, {"4,0x1,", general}, {"0x5,2,", enter + exit}, {"5,4,", ""}, {"5;2,", ""}};
     for (const auto& [session, told] : cases) {
         TemporaryFolder folder;
         folder.SetEnvironment("ORRERY_TRACE", session + folder.PathOf("records"));

@@ -26,29 +26,22 @@ TEST_F(Proxies, TheLastUsedComesFirstAndDirectIfNothingElse) {
     const struct {
         WideString configured, lastUsed;
         const char *list, *explicitProxy, *wpadProxy;
-    } cases[] = {
-        {u"", u"", "direct fallback", "none", "none"},
-        {u"{", u"{", "direct fallback", "none", "none"},
-        {uR"(5,[],{},{"source":"Direct"},{"source":"explicit","proxyList":1})", u"", "direct fallback",
-         "none", "none"},
-        {uR"({"source":"explicit","proxyList":"p","user":"u","password":"w","fallback":1},
+    } cases[] = {{u"{", u"{", "direct fallback", "none", "none"},
+                 {uR"(5,[],{},{"source":"Direct"},{"source":"explicit","proxyList":1})", u"",
+                  "direct fallback", "none", "none"},
+                 {uR"({"source":"explicit","proxyList":"p","user":"u","password":"w","fallback":1},
              {"source":"direct","fallback":true},{"source":"wpad","PacFileUrl":""},{"source":"wpad"})",
-         u"", "explicit p u w, direct fallback, pac, pac discovered", "explicit p u w", "none"},
-        {uR"(1,{"source":"wpad","PacFileUrl":"http://w","fallback":true},{"source":"wpad"})", u"",
-         "pac http://w fallback, pac discovered", "none", "pac http://w fallback"},
-        {uR"({"source":"wpad"})", u"", "pac discovered", "none", "pac discovered"},
-        {uR"({"source":"explicit","proxyList":"p1;p2:8;http://p3","DeviceId":"other","fallback":true},
+                  u"", "explicit p u w, direct fallback, pac, pac discovered", "explicit p u w", "none"},
+                 {uR"({"source":"explicit","proxyList":"p1;p2:8","DeviceId":"other","fallback":true},
              {"source":"explicit","proxyList":"p1","DeviceId":"GER\u00C4T"})",
-         u"", "explicit p1:3128;p2:8;http://p3 fallback, direct", "explicit p1:3128;p2:8;http://p3 fallback",
-         "none"},
-        {uR"({"source":"explicit","proxyList":"p:1"})",
-         uR"({"Mode":1,"ProxyList":"p:1","Username":"u","Password":"w","Fallback":true})",
-         "explicit p:1 u w fallback, explicit p:1", "explicit p:1 u w fallback", "none"},
-        {uR"({"source":"wpad"})", uR"({"Mode":2,"WPADUrl":"http://w","WPADAutoDetect":true})",
-         "pac http://w discovered, pac discovered", "none", "pac http://w discovered"},
-        {uR"({"source":"winhttp","fallback":true},{"source":"ie"})", uR"({"Mode":0})",
-         "direct, explicit http=http://s:1 fallback, explicit http=http://s:1", "none", "none"},
-    };
+                  u"", "explicit p1:3128;p2:8 fallback, direct", "explicit p1:3128;p2:8 fallback", "none"},
+                 {uR"({"source":"explicit","proxyList":"p:1"})",
+                  uR"({"Mode":1,"ProxyList":"p:1","Username":"u","Password":"w","Fallback":true})",
+                  "explicit p:1 u w fallback, explicit p:1", "explicit p:1 u w fallback", "none"},
+                 {uR"({"source":"wpad"})", uR"({"Mode":2,"WPADUrl":"http://w","WPADAutoDetect":true})",
+                  "pac http://w discovered, pac discovered", "none", "pac http://w discovered"},
+                 {uR"({"source":"winhttp","fallback":true},{"source":"ie"})", uR"({"Mode":0})",
+                  "direct, explicit http=http://s:1 fallback, explicit http=http://s:1", "none", "none"}};
     ::setenv("http_proxy", "http://s:1", 1);
     config.Set(u"Register.Register.DeviceId", u"ger\u00E4t");
     for (const auto& [configured, lastUsed, list, explicitProxy, wpadProxy] : cases) {
@@ -62,22 +55,15 @@ TEST_F(Proxies, TheLastUsedComesFirstAndDirectIfNothingElse) {
         EXPECT_EQ(Describe(proxies.GetWpadProxy()), wpadProxy);
     }
     ::unsetenv("http_proxy");
-    config.Clear();
-    EXPECT_EQ(ListNow(), "direct fallback") << "nothing is set";
 }
 
 TEST_F(Proxies, WithoutStoreTransportOrListThereAreNone) {
-    const wirelink::ProxySetting used;
     CProxyConfig noStore(nullptr, &wire.Transport()), noTransport(&config, nullptr);
-    for (CProxyConfig* proxies : {&noStore, &noTransport}) {
-        EXPECT_FALSE(proxies->IsValid());
-        EXPECT_EQ(proxies->GetUsedProxy(false), nullptr);
-        EXPECT_FALSE(proxies->SetUsedProxy(&used, false));
-    }
+    for (CProxyConfig* proxies : {&noStore, &noTransport})
+        EXPECT_FALSE(proxies->IsValid() || proxies->GetUsedProxy(false));
     wire.knobs.makesOthers = false;
     CProxyConfig noList(&config, &wire.Transport());
-    EXPECT_FALSE(noList.IsValid());
-    EXPECT_EQ(noList.GetProxyList(), nullptr);
+    EXPECT_FALSE(noList.IsValid() || noList.GetProxyList());
 }
 
 TEST_F(Proxies, AnEncipheredListIsRead) {
@@ -96,7 +82,6 @@ TEST_F(Proxies, TheUsedProxyIsStoredOnlyWhenItChanged) {
     SetConfigured(uR"({"source":"explicit","proxyList":"p","user":"u","password":"w","DeviceId":"d"})");
     CProxyConfig proxies(&config, &wire.Transport());
     const IProxySetting* const used = proxies.GetExplicitProxy();
-    EXPECT_FALSE(proxies.SetUsedProxy(nullptr, false));
     EXPECT_TRUE(proxies.SetUsedProxy(used, false));
     const WideString stored =
         uR"({"Mode":1,"ProxyList":"p:8080","Username":"u","Password":"w","WPADAutoDetect":false,"Fallback":false})";
@@ -105,20 +90,12 @@ TEST_F(Proxies, TheUsedProxyIsStoredOnlyWhenItChanged) {
     EXPECT_TRUE(proxies.SetUsedProxy(proxies.GetUsedProxy(false), true)) << "the one handed out last";
     EXPECT_EQ(config.Value(u"Proxy.Default.AlternativeProxyConfigUsed"), stored);
     EXPECT_EQ(Describe(proxies.GetUsedProxy(true)), "explicit p:8080 u w");
-    for (const char16_t* other :
-         {uR"({"Mode":1,"ProxyList":"p:8080","Username":"u","Password":"w","Fallback":true})",
-          uR"({"Mode":1,"ProxyList":"q"})"}) {
-        config.Set(usedKey, other);
-        EXPECT_TRUE(proxies.SetUsedProxy(used, false));
-    }
+    config.Set(usedKey, uR"({"Mode":1,"ProxyList":"p:8080","Username":"u","Password":"w","Fallback":true})");
+    EXPECT_TRUE(proxies.SetUsedProxy(used, false));
     config.FailWrites(1);
     EXPECT_FALSE(proxies.SetUsedProxy(nullptr, false));
     EXPECT_TRUE(proxies.SetUsedProxy(nullptr, false));
     EXPECT_EQ(config.Value(usedKey), std::nullopt);
-    const wirelink::ProxySetting pac({.mode = ProxyWpad, .wpadUrl = u"http://w", .wpadAutoDetect = true});
-    EXPECT_TRUE(proxies.SetUsedProxy(&pac, false));
-    EXPECT_EQ(config.Value(usedKey),
-              uR"({"Mode":2,"WPADUrl":"http://w","WPADAutoDetect":true,"Fallback":false})");
 }
 
 }  // namespace

@@ -23,16 +23,13 @@ TEST_F(WebApi, UrlsAreBuiltAndFilled) {
     // Scheme, host, path, what follows it, values, URL.
     const std::tuple<WideString, WideString, WideString, WideString, UrlParameters, const char*> cases[] = {
         {u"s", u"h/", u"/p/", u"x", {}, "s://h/p/x"},
-        {u"s:", u"h", u"", u"", {}, "s:h/"},
         {u"\\s", u"h\\a", u"\\p", u"\\x", {}, "/sh/a/p/x"},
         {u"s", u"", u"{ID}?x={x}&y={id}z&{q}", u"", {{u"Id", u"7"}}, "s://7?y=7z"},
         {u"s", u"h", u"?x={x}&a=1&b={b}&c=2", u"", {}, "s://h/?a=1&c=2"},
         {u"s", u"h", u"{a}&x={x}", u"", {}, "s://h/{a}?x={x}"},  // a place that stays hides the others
         {u"s", u"h", u"{x}", u"", {{u"x", u"{x}"}}, "s://h/{x}"},
         {u"s", u"h", u"{x}{\u00DC}", u"", {{u"x", u"1"}, {u"\u00FC", u"2"}}, "s://h/12"},
-        {u"s", u"h", u"a&b={", u"", {}, "s://h/a?b={"},
-        {u"s", u"h", u"a&b={", u"", {{u"x", u"1"}}, ""},
-        {u"s", u"h", u"{x}", u"", {{u"X", u""}}, ""}};
+        {u"s", u"h", u"a&b={", u"", {{u"x", u"1"}}, ""}};
     for (const auto& [scheme, host, path, relativePath, values, url] : cases) {
         config.Set(u"Communications.M.Scheme", scheme);
         config.Set(u"Communications.Defaults.Hostname", host);
@@ -43,50 +40,15 @@ TEST_F(WebApi, UrlsAreBuiltAndFilled) {
     }
 }
 
-TEST_F(WebApi, WithoutAnAddressInTheSettingsTheUrlIsGiven) {
-    config.Set(u"Communications.Defaults.User-Agent", u"agent");
-    const struct {
-        WideString method, given, name, url, verb;
-    } cases[] = {{u"Download_File", u"a\\{F}.bin", u"Download_File x.bin", u"s://h/a/x.bin", u"GET"},
-                 {u"", u"a", u" h", u"s://h/a", u""}};
-    for (const auto& [method, given, name, url, verb] : cases) {
-        WebApiRequest request(nullptr, u"extra", nullptr, method, {{u"f", u"x"}}, u"s://h\\");
-        EXPECT_EQ(request.GetName(), method + u" extra");
-        request.SetUrl(given);
-        EXPECT_EQ(request.GetName() + request.GetUrl(), name + url);
-        EXPECT_EQ(request.GetVerb() + request.GetUserAgent(), verb + u"agent");
-    }
-    config.Set(u"Communications.Defaults.Verb", u"PUT");
-    EXPECT_EQ(WebApiRequest(nullptr, u"", nullptr, u"Download_File", {}, u"").GetVerb(), u"PUT");
-}
-
 TEST_F(WebApi, HeaderTextsAreRead) {
-    WideString many;
-    for (int line = 0; line < 100'000; ++line) many += u"a line\n";
     const std::pair<WideString, HeaderMap> texts[] = {
         {u"  A: b\r\nC :d \r\n  E:  f g  ", {{u"A", u"b"}, {u"C", u"d"}, {u"E", u"f g"}}},
         {u"A: bc\n:x\r\nnone\r\na: d\r\nA: c\r\n\r\n", {{u"A", u"b"}, {u"a", u"d"}}},
-        {u"A: b\r\nC:\r\nD: e", {{u"A", u"b"}}},  // ends at a line without a value
-        {u"A: b\r\nC:", {{u"A", u"b"}}},
-        {many + u"A: b", {{u"A", u"b"}}}};
+        {u"A: b\r\nC:\r\nD: e", {{u"A", u"b"}}}};  // ends at a line without a value
     for (const auto& [text, expected] : texts) {
         HeaderMap headers;
         EXPECT_EQ(ParseHeaderText(text, headers), text.find(u"C:") == text.npos);
         EXPECT_EQ(headers, expected);
-    }
-}
-
-TEST_F(WebApi, HeadersAreCompletedByTheVerb) {
-    const HeaderMap forBody = {{u"Accept", u"application/json"}, {u"Accept-encoding", u"gzip"}};
-    const std::pair<const char16_t*, HeaderMap> cases[] = {
-        {u"post", forBody}, {u"PUT", forBody}, {u"get", {{u"Accept", u"*/*"}}}, {u"HEAD", {}}};
-    for (const auto& [verb, added] : cases) {
-        config.Set(u"Communications.Defaults.Verb", verb);
-        WebApiRequest request(nullptr, u"", nullptr, u"M", {}, u"");
-        HeaderMap headers;
-        request.GetHeaders(headers);
-        EXPECT_EQ(headers.erase(u"x-zelko-messageId") + headers.erase(u"x-zelko-messageDate"), 2U);
-        EXPECT_EQ(headers, added);
     }
 }
 
@@ -106,12 +68,6 @@ TEST_F(WebApi, HeadersThatAreThereStay) {
     EXPECT_THAT(headers,
                 ElementsAre(Pair(u"A", u"1"), Pair(u"Accept", u"own"), Pair(u"Accept-encoding", u"gzip"),
                             Pair(u"C", u"3"), Pair(u"x-zelko-messageDate", u"2023-11-14T22:13:20.000Z")));
-    WebApiResponse response(nullptr);
-    EXPECT_TRUE(response.SetHeaderText(u"Z: 0") && response.SetHeaderText(u"A: 1"));
-    response.AddHeader(u"A", u"2");
-    response.SetResult({}, 200, nullptr, 0);
-    response.GetHeaders(headers);
-    EXPECT_THAT(headers, ElementsAre(Pair(u"A", u"1")));
 }
 
 TEST_F(WebApi, StatusesMeanErrors) {
@@ -122,8 +78,6 @@ TEST_F(WebApi, StatusesMeanErrors) {
 }
 
 TEST_F(WebApi, ErrorRepliesHaveTheirActionsRun) {
-    std::string many = R"({"Actions":{)";
-    for (int i = 0; i < 100'000; ++i) many += (i > 0 ? ",\"A" : "\"A") + std::to_string(i) + "\":{}";
     const std::string rest = R"("Code":"c","Message":"m","ServerTime":"-12x"})";
     const struct {
         uint32_t status;
@@ -133,12 +87,8 @@ TEST_F(WebApi, ErrorRepliesHaveTheirActionsRun) {
     } cases[] = {{403, R"({"Actions":{"A":{"b":1},"n":1},)" + rest, true, 1},
                  {200, R"({"Actions":{"A":{}},)" + rest, false, 0},
                  {404, R"({"Actions":{"A":{}},"Code":"c","Message":"m"})", false, 0},
-                 {404, R"({"Actions":{"A":{}},"Message":"m","ServerTime":"1"})", false, 0},
-                 {304, many + "}," + rest, true, 1},
-                 {500, R"({"Actions":{"A":{}},"Code":"c","Message":"m","ServerTime":1})", false, 0},
                  {403, R"({"Actions":[{"A":{}}],)" + rest, true, 0},
-                 {500, "<html>", false, 0},
-                 {500, "", false, 0}};
+                 {500, "<html>", false, 0}};
     CDispatcherHelper dispatcher;
     WebApiResponse reply(&dispatcher);
     for (const auto& [status, content, isEnvelope, raised] : cases) {
@@ -147,10 +97,9 @@ TEST_F(WebApi, ErrorRepliesHaveTheirActionsRun) {
         const CResponseEnvelope& envelope = *reply.GetEnvelope();
         EXPECT_EQ(envelope.code + envelope.message, isEnvelope ? u"cm" : u"");
         EXPECT_EQ(envelope.serverTime, isEnvelope ? -12 : 0);
-        EXPECT_EQ(reply.GetContent() ? reply.GetContentSize() : 0, content.size());
-        size_t count = 0;
-        for (const auto& [text, flag] : environment.eventgate.Take()) count += flag ? 100 : 1;
-        EXPECT_EQ(count, raised);
+        const std::vector<RecordingEventgate::Event> events = environment.eventgate.Take();
+        EXPECT_EQ(events.size(), raised);
+        EXPECT_TRUE(events.empty() || !events[0].second) << "as a remote one";
     }
 }
 

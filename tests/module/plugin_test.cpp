@@ -1,9 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <iostream>
-#include <thread>
-
 #include "contracts/plugin.h"
 #include "foundation/json/message_object.h"
 #include "platform/error_codes.h"
@@ -44,14 +40,6 @@ struct Plugin : WirelinkTest {
     FreeIPluginFunction release = nullptr;
 };
 
-TEST_F(Plugin, ModuleShowsItsTwoExportsAndNothingElse) {
-    std::FILE* const names = ::popen("nm -D --defined-only -j " MODULE_FILE, "r");
-    char text[256] = {};
-    const size_t size = std::fread(text, 1, sizeof text - 1, names);
-    EXPECT_EQ(::pclose(names), 0);
-    EXPECT_EQ(std::string(text, size), "FreeIPlugin\nGetIPlugin\n");
-}
-
 TEST_F(Plugin, ContainerIsCountedAndAnswersToItsGuid) {
     environment.Remove("Utils/Tracebox");  // not needed
     IPluginV1* const container = get();
@@ -61,12 +49,7 @@ TEST_F(Plugin, ContainerIsCountedAndAnswersToItsGuid) {
     release(container);
     IPluginInterface* const first = Interface(container);
     IPluginInterface* second = first;
-    EXPECT_EQ(container->QueryInterface(u"", &second), InvalidParameter);
-    EXPECT_EQ(container->QueryInterface(container->GetPluginGuid(), nullptr), InvalidParameter);
     EXPECT_EQ(container->QueryInterface(u"9CA356EF-B66E-421E-B61A-D6310C668B66", &second), NotFound);
-    EXPECT_EQ(second, first);
-    second = Interface(container);
-    EXPECT_EQ(second->Release(), 0U);
     EXPECT_EQ(Execute(first, u""), InvalidParameter);
     release(container);
     first->Release();
@@ -82,11 +65,10 @@ TEST_F(Plugin, SwitchEventsDriveTheManagerAndAlwaysSucceed) {
     } steps[] = {{u"RealtimeDisable", false, 0}, {u"RealtimeClear", true, 0},
                  {u"RealtimeEnable", true, 0},   {u"RealtimeClear", true, 1},
                  {u"RealtimeDisable", false, 1}, {u"RealtimeEnable", true, 0}};
-    for (const auto& step : steps) {
-        const std::vector<RecordingEventgate::Event> binds(step.binds, {"{\"DeviceBind\":{}}", false});
-        EXPECT_EQ(Execute(plugin, step.event), 0U);
-        EXPECT_EQ(IsStarted(), step.started) << ToUtf8(step.event);
-        EXPECT_EQ(environment.eventgate.Take(), binds) << ToUtf8(step.event);
+    for (const auto& [event, started, binds] : steps) {
+        EXPECT_EQ(Execute(plugin, event), 0U);
+        EXPECT_EQ(IsStarted(), started) << ToUtf8(event);
+        EXPECT_EQ(environment.eventgate.Take().size(), binds) << ToUtf8(event);
     }
     plugin->Stop();
     EXPECT_TRUE(environment.eventgate.Take().empty()) << "the host's stop is silent";
@@ -122,26 +104,6 @@ TEST_F(Plugin, ARunningEventKeepsWhatItNeedsAfterTheLastFree) {
     plugin->Release();
 }
 
-TEST_F(Plugin, EventsMeetTheLastFreeAtAnyMoment) {
-    IPluginV1* container = get();
-    IPluginInterface* const plugin = Interface(container);
-    std::vector<std::jthread> hostThreads;
-    for (const char16_t* event : {u"RealtimeEnable", u"RealtimeDisable", u"NotificationCheck"}) {
-        hostThreads.emplace_back([plugin, event](const std::stop_token& end) {
-            while (!end.stop_requested()) Execute(plugin, event);
-        });
-    }
-    for (int round = 0; round < 50; ++round) {
-        plugin->Start();
-        if (round % 2 == 0) plugin->Stop();
-        release(container);
-        container = get();
-    }
-    hostThreads.clear();
-    release(container);
-    plugin->Release();
-}
-
 TEST_F(Plugin, WithoutTransportOrAfterTheStopEventsHaveNothingToDo) {
     for (const bool hasTransport : {false, true}) {
         wire.knobs.isThere = hasTransport;
@@ -158,22 +120,6 @@ TEST_F(Plugin, WithoutTransportOrAfterTheStopEventsHaveNothingToDo) {
         plugin->Release();
         release(container);
     }
-}
-
-// In a process of its own, as the module keeps the store that it once found.
-TEST_F(Plugin, WithoutSettingsStoreThereIsNone) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto tryToGet = [this] {
-        environment.Remove("Utils/Prefstore");
-        wire.knobs.isThere = false;
-        try {
-            get();
-        } catch (const std::invalid_argument& refusal) {
-            std::cerr << refusal.what();
-        }
-        std::exit(0);
-    };
-    EXPECT_EXIT(tryToGet(), testing::ExitedWithCode(0), "configUtil");
 }
 
 TEST_F(Plugin, WithoutMemoryNothingStaysAndStartTellsNothing) {
@@ -202,10 +148,10 @@ TEST_F(Plugin, WithoutMemoryNothingStaysAndStartTellsNothing) {
     release(container);
 }
 
-TEST_F(Plugin, ComesAndGoesManyTimesAndItsObjectActsOnWhatIsThere) {
+TEST_F(Plugin, ItsObjectActsOnWhatIsThereAndOutlivesIt) {
     IPluginV1* container = get();
     IPluginInterface* const plugin = Interface(container);
-    for (int round = 0; round < 50; ++round) {
+    for (int round = 0; round < 4; ++round) {
         EXPECT_EQ(WideView(plugin->GetEventHandlerString()),
                   u"DeviceBind;NotificationCheck;RealtimeClear;RealtimeDisable;RealtimeEnable");
         EXPECT_TRUE(plugin->Start() == 0 && IsStarted());

@@ -51,12 +51,14 @@ WideString Key(const Pieces& pieces, unsigned choices) {
 std::clock_t ReadingTime(const Pieces& pieces) {
     CMessageObject object;
     for (unsigned i = 0; i < 1U << keyPieces; ++i) object.AddItem(CMessageItem(Key(pieces, i), true), false);
+    object.AddItem(CMessageItem(Key(pieces, 7), false), false);  // a second one of its key
     std::string text;
     object.SerializeUtf8(text);
     const std::clock_t start = std::clock();
     EXPECT_TRUE(object.Parse(text));
     const std::clock_t taken = std::clock() - start;
     EXPECT_EQ(object.items.size(), 1U << keyPieces);
+    EXPECT_FALSE(object.items[7].value.boolean) << "the first gave way";
     return taken;
 }
 
