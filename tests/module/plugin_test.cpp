@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "contracts/plugin.h"
 #include "foundation/json/message_object.h"
 #include "platform/error_codes.h"
@@ -81,9 +83,12 @@ TEST_F(Plugin, ARunningEventKeepsWhatItNeedsAfterTheLastFree) {
     IPluginV1* const container = get();
     IPluginInterface* const plugin = Interface(container);
     wire.knobs.answers = {{.given = true, .status = 200}};
+    // The host ends the plug-in on a thread of its own, while the poll waits for its answer.
     wire.knobs.onRequest = [&] {
-        plugin->Stop();
-        release(container);
+        std::thread([&] {
+            plugin->Stop();
+            release(container);
+        }).join();
         EXPECT_NE(wire.observer, nullptr) << "the context";
         EXPECT_EQ(environment.tracebox.uses, 1) << "the log service";
         EXPECT_EQ(Execute(plugin, u"NotificationCheck"), InvalidParameter) << "no other event comes in";
@@ -95,8 +100,10 @@ TEST_F(Plugin, ARunningEventKeepsWhatItNeedsAfterTheLastFree) {
     IPluginV1* const second = get();
     IPluginV1* third = nullptr;
     wire.knobs.onRequest = [&] {
-        release(second);
-        third = get();
+        std::thread([&] {
+            release(second);
+            third = get();
+        }).join();
     };
     Execute(plugin, u"NotificationCheck");
     EXPECT_NE(wire.observer, nullptr) << "the end of the old context leaves the new one's observation";
