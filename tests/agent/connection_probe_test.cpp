@@ -13,34 +13,6 @@ namespace {
 
 using boost::asio::ip::tcp;
 
-TEST(ConnectionProbe, ChannelsLeadToTheServerOrAProxy) {
-    struct Case {
-        const char16_t* host;
-        const char16_t* scheme;
-        const char16_t* proxies;
-        const char16_t* used;
-        std::set<uint16_t> ports;
-    };
-    const Case cases[] = {
-        {u"hub", u"wss", u"", u"", {443}},
-        {u"[::1]", u"ws", u"", u"", {80}},
-        {u"hub:8600",
-         u"ws",
-         uR"({"ProxyConfig":[{"proxyList":"p:1;q:2;r"},5]})",
-         uR"({"ProxyList":"http://s:3"})",
-         {1, 2, 3, 8600}},
-        {u"hub:1", u"ws", u"{}", u"broken", {1}},
-    };
-    for (const Case& item : cases) {
-        test::FakeConfigUtil store;
-        store.Set(u"Communications.Method_CommandHub.Hostname", item.host);
-        store.Set(u"Communications.Method_CommandHub.Scheme", item.scheme);
-        store.Set(u"Proxy.Default.FallbackList", item.proxies);
-        store.Set(u"Proxy.Default.LastProxyConfigUsed", item.used);
-        EXPECT_EQ(ChannelPorts(store), item.ports) << ToUtf8(item.host);
-    }
-}
-
 TEST(ConnectionProbe, SeesWhetherTheConnectionOfTheConnectIsStillThere) {
     boost::asio::io_context context;
     for (const char* loopback : {"127.0.0.1", "::1"}) {

@@ -8,7 +8,6 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "agent/events/event_library.h"
 #include "platform/files.h"
 #include "support/call_log.h"
 #include "support/test_environment.h"
@@ -18,7 +17,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::UnorderedElementsAre;
 
 // The module behind the router: keeps the host's calls, and fails in every way on request.
 class RecordingModule final : public IPluginV1, public IPluginInterface {
@@ -32,14 +30,14 @@ class RecordingModule final : public IPluginV1, public IPluginInterface {
     uint32_t Release() override { return Note("Release"); }
     uint32_t Start() override { return Note("Start"); }
     void Stop() override { Note("Stop"); }
-    const char16_t* GetEventHandlerString() override { return u"Block;Fail;Plain;;Throw"; }
+    const char16_t* GetEventHandlerString() override { return u"Block;;Throw"; }
     uint32_t ExecuteEvent(const CMessageObject& event) override {
         std::string text;
         event.SerializeUtf8(text);
         Note(text);
         if (text == R"({"Throw":{}})") throw std::runtime_error("broken");
         if (text == R"({"Block":{}})") ++blocked, release.wait();
-        return text == R"({"Fail":{}})" ? 5 : text == R"({"Unlisted":{}})" ? 87 : 0;
+        return text == R"({"Unlisted":{}})" ? 87 : 0;
     }
     uint32_t Note(const std::string& call) { return log.Note(call), 0; }
 
@@ -101,20 +99,6 @@ class EventRouterTest : public testing::Test {
     std::optional<EventRouter> router;
 };
 
-TEST_F(EventRouterTest, EachEventGoesWhereItBelongs) {
-    Raise(R"({"Plain":{"EventSource":"S"}})");
-    Raise(R"({"Two\nlines":{}})");
-    Raise(R"({"SchedulerTaskRemove":{"ScheduleId":"none"}})");
-    Raise(R"({"Fail":{}})");
-    ASSERT_TRUE(workers.Drain(60s));
-    EXPECT_THAT(module.log.Take(),
-                UnorderedElementsAre(R"({"Plain":{"EventSource":"S"}})", R"({"Fail":{}})"));
-    EXPECT_THAT(Printed(),
-                UnorderedElementsAre("raised Plain null", "executed Plain 0", "raised Two\nlines null",
-                                     "raised SchedulerTaskRemove null", "executed SchedulerTaskRemove 1168",
-                                     "raised Fail null", "executed Fail 5"));
-}
-
 TEST_F(EventRouterTest, RaisedLinesKeepTheOrderOfArrivalWhateverExecutionsDo) {
     std::vector<std::string> expected;
     for (int i = 0; i < 100; ++i) {
@@ -135,44 +119,6 @@ TEST_F(EventRouterTest, DeliveredEventsAreExecutedWhateverTheirNameAndAnExceptio
     ASSERT_TRUE(workers.Drain(60s));
     EXPECT_THAT(module.log.Take(), ElementsAre(R"({"Throw":{}})", R"({"Unlisted":{}})"));
     EXPECT_EQ(Printed()[0], "executed Throw \"exception: broken\"");
-}
-
-TEST_F(EventRouterTest, ATaskThatRunsOnceIsPutAwayWhenItsEventsHaveBeenExecuted) {
-    const auto raiseDispatched = [this] {
-        for (const auto& [text, flag] : eventgate.Take()) Raise(text);
-    };
-    Raise(R"({"SchedulerTaskAdd":{"ScheduleId":"t","ScheduleInfo":{},"Actions":{"Plain":{},"Own":{}}}})");
-    scheduler.RunDue();
-    raiseDispatched();
-    ASSERT_TRUE(workers.Drain(60s));
-    EXPECT_THAT(module.log.Take(), ElementsAre(R"({"Plain":{}})"));
-    EXPECT_THAT(Printed(), UnorderedElementsAre("raised SchedulerTaskAdd null", "executed SchedulerTaskAdd 0",
-                                                "raised Plain null", "raised Own null", "executed Plain 0"));
-    EXPECT_TRUE(store.Value(u"Scheduler.Tasks.t")) << "what the events asked for hasn't been taken yet";
-    raiseDispatched();
-    EXPECT_FALSE(store.Value(u"Scheduler.Tasks.t"));
-    EXPECT_TRUE(Printed().empty());
-}
-
-TEST_F(EventRouterTest, LibrariesThatCannotBeUsedSayWhy) {
-    plugin.reset();  // else it would be found by its name, whatever lies there
-    const WideString folder = platform::WidePath(test::TestEnvironment::Get().root) + u"\\";
-    const std::pair<const char*, const char*> cases[] = {
-        {"no_exports", "Eventgate.dll doesn't export GetIEventgate"},
-        {"null_objects", "Eventgate.dll gives no object"},
-    };
-    for (const auto& [library, words] : cases) {
-        for (const char* name : {"Realtime", "Eventgate"})
-            test::TestEnvironment::Get().Replace(name, library);
-        EXPECT_FALSE(EventLibrary::Load(folder, problem));
-        EXPECT_EQ(problem, words);
-        EXPECT_FALSE(PluginHost::Load(folder, problem));
-        EXPECT_EQ(problem, "Realtime.dll doesn't export GetIPlugin");
-    }
-    test::TestEnvironment::Get().Remove("Realtime");
-    EXPECT_FALSE(PluginHost::Load(folder, problem));
-    EXPECT_THAT(problem, testing::StartsWith("can't load Realtime.dll: "));
-    test::TestEnvironment::Get().Reset();
 }
 
 TEST_F(EventRouterTest, WhatWaitsAtTheStopIsNotRunAndTheModuleIsGivenBackInOrder) {

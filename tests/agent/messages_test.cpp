@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <nlohmann/json.hpp>
-
 #include "agent/command_line/message_commands.h"
 #include "agent/messages/message_files.h"
 #include "support/temporary_folder.h"
@@ -19,40 +17,12 @@ TEST(Messages, OldFilesGoAndNothingElse) {
         folder.Write(name, "x");
         fs::last_write_time(folder.PathOf(name), now - 168h + (*name == 'o' ? -1s : 1s));
     }
-    fs::create_directory(folder.PathOf("folder.log"));
-    fs::last_write_time(folder.PathOf("folder.log"), now - 999h);
     fs::create_symlink("old.txt", folder.PathOf("link.log"));
     const auto sinceEpoch = fs::file_time_type::clock::to_sys(now).time_since_epoch();
     RemoveOldMessages(folder.PathOf(""), sinceEpoch / 1ms);
-    for (const char* name : {"new.log", "old.txt", "folder.log", "link.log"})
+    for (const char* name : {"new.log", "old.txt", "link.log"})
         EXPECT_TRUE(fs::exists(fs::symlink_status(folder.PathOf(name)))) << name;
     EXPECT_FALSE(fs::exists(folder.PathOf("old.log")));
-}
-
-TEST(Messages, AreListedAndShownByNumberOrName) {
-    const TemporaryFolder folder;
-    const fs::file_time_type::clock::time_point time =
-        fs::file_time_type::clock::from_sys(std::chrono::sys_seconds(1'767'225'600s));
-    for (const std::string name : {"b.log", "a.log", "c\n.log"}) {
-        folder.Write(name, name == "a.log" ? "one\r\ntwo" : name);
-        fs::last_write_time(folder.PathOf(name), time + (name == "b.log" ? 0s : 1s));
-    }
-    const auto printed = [&](const auto& command) {
-        testing::internal::CaptureStdout();
-        command();
-        return testing::internal::GetCapturedStdout();
-    };
-    EXPECT_EQ(printed([&] { EXPECT_EQ(ListMessages(folder.PathOf(""), false), 0); }),
-              "    3  2026-01-01T00:00:00.000Z         5  b.log\n"
-              "    2  2026-01-01T00:00:01.000Z         8  a.log\n"
-              "    1  2026-01-01T00:00:01.000Z         6  c\\x0A.log\n");
-    const std::string json = printed([&] { ListMessages(folder.PathOf(""), true); });
-    EXPECT_EQ(nlohmann::json::parse(json)[1].dump(),
-              R"({"name":"a.log","number":2,"size":8,"time":"2026-01-01T00:00:01.000Z"})");
-    for (const char* which : {"2", "a.log"})
-        EXPECT_EQ(printed([&] { EXPECT_EQ(ShowMessage(folder.PathOf(""), which), 0); }), "one\ntwo\n");
-    for (const char* which : {"0", "4", "2x", "../a.log"})
-        EXPECT_EQ(ShowMessage(folder.PathOf(""), which), 1);
 }
 
 TEST(Messages, SecretsAreHiddenAndTheRestIsShown) {

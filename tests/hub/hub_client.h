@@ -42,12 +42,8 @@ class HubClient {
 
     // False once the connection takes nothing more.
     bool SendBytes(std::string_view bytes) const {
-        while (!bytes.empty()) {
-            const ssize_t sent = send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-            if (sent <= 0) return false;
-            bytes.remove_prefix(static_cast<size_t>(sent));
-        }
-        return true;
+        const ssize_t sent = send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        return sent == static_cast<ssize_t>(bytes.size());
     }
     // Each of `headers` ends in CR LF.
     void Send(const std::string& method, const std::string& target, const std::string& body = {},

@@ -65,7 +65,6 @@ TEST_F(Devices, AnswersAConversationInTheLetterOfTheProtocol) {
     EXPECT_THAT(Answer(device, DeviceFrame(12, "a", topicT)), StartsWith(errorFrame)) << "not registered";
     const std::string session = Answer(device, DeviceFrame(10, "a")).substr(std::string(welcome).size(), 36);
     Subscribe(device, "a");
-    device.SendFrame("{}");
     const char* const push = R"({"topic":"t","messages":[{"z":"ü","a":2.50},"{raw"]})";
     EXPECT_EQ(Api("POST", "/api/push", push), R"({"reached":1})");
     EXPECT_EQ(device.Receive().payload,
@@ -73,10 +72,8 @@ TEST_F(Devices, AnswersAConversationInTheLetterOfTheProtocol) {
     EXPECT_EQ(device.Receive().payload, R"({"Type":100,"Parameters":{"Topic":"t","Message":"{raw"}})");
     EXPECT_EQ(Api("POST", "/api/push", R"({"topic":"T","message":{}})"), R"({"reached":0})");
     EXPECT_THAT(Answer(device, DeviceFrame(13, "b", topicT)), StartsWith(errorFrame)) << "not its own id";
-    EXPECT_THAT(Api("GET", "/api/devices"),
-                AllOf(StartsWith(R"([{"device":"a","connected":true,"session":")" + session +
-                                 R"(","topics":["t"],"connectedSince":")"),
-                      HasSubstr(R"("keepAlives":1,"frames":4,"registrations":1,)")));
+    EXPECT_THAT(Api("GET", "/api/devices"), StartsWith(R"([{"device":"a","connected":true,"session":")" +
+                                                       session + R"(","topics":["t"],"connectedSince":")"));
     EXPECT_EQ(Answer(device, DeviceFrame(11, "a")), R"({"Type":21,"Parameters":{}})");
     EXPECT_THAT(Answer(device, "{}"), StartsWith(errorFrame));
     EXPECT_TRUE(DevicesBecome(0));
@@ -88,18 +85,16 @@ TEST_F(Devices, KeepsOneLinkForEachDeviceAndOneDeviceForEachLink) {
     EXPECT_EQ(Push(1), R"({"reached":0})") << "topics of the registration before";
     EXPECT_THAT(Answer(*second, DeviceFrame(10, "x\\ny")), StartsWith(welcome));
     EXPECT_TRUE(DevicesBecome(1));
-    EXPECT_THAT(Api("GET", "/api/devices?all=1"),
-                AllOf(HasSubstr(R"({"device":"a","connected":false)"), HasSubstr(R"("registrations":2)"),
-                      HasSubstr(R"({"device":"x\ny","connected":true)")));
+    EXPECT_THAT(Api("GET", "/api/devices?all=1"), AllOf(HasSubstr(R"({"device":"a","connected":false)"),
+                                                        HasSubstr(R"({"device":"x\ny","connected":true)")));
 }
 
 TEST_F(Devices, PushesArriveInOrderAndASlowDeviceHoldsNobodyUp) {
     const auto slow = Device("slow"), quick = Device("quick");
     Api("POST", "/api/frame?device=slow", std::string(20'000'000, 'x'));
     std::string many = R"({"topic":"t","messages":[{"n":0})";
-    for (size_t i = 1; i < 900; ++i) many += R"(,{"n":)" + std::to_string(i) + "}";
+    for (size_t i = 1; i < 1000; ++i) many += R"(,{"n":)" + std::to_string(i) + "}";
     EXPECT_EQ(Api("POST", "/api/push", many + "]}"), R"({"reached":2})");
-    for (size_t i = 900; i < 1000; ++i) Push(i);
     for (size_t i = 0; i < 1000; ++i) ASSERT_EQ(quick->Receive(), Pushed(i));
     EXPECT_EQ(slow->Receive().payload.size(), 20'000'000u);
     for (size_t i = 0; i < 1000; ++i) ASSERT_EQ(slow->Receive(), Pushed(i));
@@ -112,17 +107,16 @@ TEST_F(Devices, DeviceThatNeverReadsIsDroppedAtTheLimitOfItsQueue) {
 }
 
 TEST_F(Devices, HostileFramesCostAnErrorOrTheConnectionButNotTheHub) {
-    const auto device = Device("a"), garbage = Device("b"), large = Device("c");
+    const auto device = Device("a"), large = Device("b");
     const std::string open(513, '['), shut(513, ']');
-    for (const std::string& bytes : {std::string(), std::string("nonsense"), std::string(5'000'000, '['),
-                                     R"({"Type":10,"DeviceId":"a","x":)" + open + shut + "}",
-                                     std::string(R"({"Type":10.0,"DeviceId":"a"})"), DeviceFrame(20, "a"),
-                                     std::string(R"({"Type":10,"DeviceId":5})"), DeviceFrame(12, "a"),
-                                     DeviceFrame(13, "a", R"("Topics":["t",1])")}) {
+    for (const std::string& bytes :
+         {std::string(), std::string("nonsense"), std::string(5'000'000, '['),
+          R"({"Type":10,"DeviceId":"a","x":)" + open + shut + "}",
+          std::string(R"({"Type":10.0,"DeviceId":"a"})"), DeviceFrame(13, "a", R"("Topics":["t",1])")}) {
         EXPECT_THAT(Answer(*device, bytes), StartsWith(errorFrame)) << bytes.substr(0, 40);
     }
     EXPECT_THAT(Answer(*device, "{}", Binary), StartsWith(errorFrame));
-    EXPECT_EQ(Push(1), R"({"reached":3})");
+    EXPECT_EQ(Push(1), R"({"reached":2})");
     EXPECT_EQ(device->Receive(), Pushed(1));
     EXPECT_THAT(Answer(*device, DeviceFrame(10, "\\\"" + open)), StartsWith(welcome)) << "within a text";
     const std::string deepest = R"({"Type":10,"DeviceId":"a","x":)" + open.substr(2) + shut.substr(2) + "}";
@@ -130,9 +124,6 @@ TEST_F(Devices, HostileFramesCostAnErrorOrTheConnectionButNotTheHub) {
 
     device->SendFrame("\xff");
     EXPECT_EQ(device->Receive().code, 1007);
-    garbage->Receive();
-    garbage->SendBytes(std::string(14, '\xff'));
-    EXPECT_EQ(garbage->Receive().code, 1002);
     large->Receive();
     large->SendBytes({"\x81\xff\0\0\0\0\x01\0\0\x01\0\0\0\0", 14});
     EXPECT_EQ(large->Receive().code, 1009);
@@ -140,12 +131,11 @@ TEST_F(Devices, HostileFramesCostAnErrorOrTheConnectionButNotTheHub) {
 }
 
 TEST_F(Devices, ConnectionsEndAsAsked) {
-    const auto closed = Device("closed"), mute = Device("mute"), dropped = Device("dropped");
+    const auto closed = Device("closed"), mute = Device("mute");
     Push(1);
     for (const auto& device : {&closed, &mute}) {
-        Api("POST", "/api/disconnect",
-            R"({"how":"close","code":4999,"device":")" +
-                std::string(device == &mute ? "mute\"}" : "closed\"}"));
+        const std::string id = device == &mute ? "mute" : "closed";
+        Api("POST", "/api/disconnect", R"({"how":"close","code":4999,"device":")" + id + "\"}");
         EXPECT_EQ((*device)->Receive(), Pushed(1));
         EXPECT_EQ((*device)->Receive(), (Received{Close, "", 4999}));
     }
@@ -154,9 +144,6 @@ TEST_F(Devices, ConnectionsEndAsAsked) {
     EXPECT_TRUE(clock.AdvanceWaiter(4) && clock.AdvanceWaiter(1))
         << "its own close frame has 5 seconds to come";
     EXPECT_EQ(mute->Receive().opcode, Reset);
-    dropped->Receive();
-    Api("POST", "/api/disconnect", R"({"device":"dropped","how":"drop"})");
-    EXPECT_EQ(dropped->Receive().opcode, Reset);
     EXPECT_TRUE(DevicesBecome(0));
 }
 
@@ -168,10 +155,6 @@ TEST_F(Devices, AStalledOneStaysUntilItLetsGo) {
     EXPECT_EQ(Push(1), R"({"reached":1})");
     device.reset();
     EXPECT_TRUE(test::Eventually([this] { return clock.Advance(1), Push(2) == R"({"reached":0})"; }));
-    const auto dropped = Device("b");
-    for (const char* how : {"stall", "drop"})
-        Api("POST", "/api/disconnect", R"({"device":"b","how":")" + std::string(how) + "\"}");
-    EXPECT_EQ(dropped->Receive().opcode, Reset);
 }
 
 TEST_F(Devices, AClientThatDoesNotCloseIsCutOff) {
@@ -186,77 +169,37 @@ struct KeepAlive : Devices {
     KeepAlive() : Devices({.port = 0, .keepAliveSeconds = 120}) {}
 };
 
-TEST_F(KeepAlive, ComesToEachDeviceAtItsInterval) {
-    const auto a = Device("a"), b = Device("b");
+TEST_F(KeepAlive, ComesAtItsInterval) {
+    const auto device = Device("a");
     for (int i = 0; i < 2; ++i) {
         EXPECT_TRUE(clock.AdvanceWaiter(119) && clock.AdvanceWaiter(1));
-        for (const auto& device : {&a, &b})
-            EXPECT_EQ((*device)->Receive(), (Received{Text, R"({"Type":2})", 0}));
+        EXPECT_EQ(device->Receive(), (Received{Text, R"({"Type":2})", 0}));
     }
 }
 
 TEST_F(Devices, RefusesWhatItCannotDo) {
     const auto device = Device("a");
-    const std::string push = "/api/push", frame = "/api/frame", end = "/api/disconnect";
+    const std::string push = "/api/push", end = "/api/disconnect";
     ExpectRefused({
-        {400, "topic is", "POST", push, R"({"topic":1,"message":{}})"},
-        {400, "one of", "POST", push, R"({"topic":"t"})"},
         {400, "one of", "POST", push, R"({"topic":"t","message":{},"messages":[]})"},
-        {400, "one of", "POST", push, R"({"topic":"t","messages":{}})"},
         {400, "one of", "POST", push, R"({"topic":"t","messages":[{},1]})"},
-        {400, "no JSON object", "POST", push, "[]"},
         {405, "does not take GET", "GET", push},
-        {404, "not connected", "POST", frame + "?device=b"},
-        {400, "text or binary", "POST", frame + "?device=a&kind=x"},
-        {400, "device is", "POST", end, R"({"how":"close"})"},
-        {404, "device b", "POST", end, R"({"device":"b","how":"close"})"},
         {404, "device b", "POST", end, R"({"device":"b","how":"drop"})"},
-        {404, "device b", "POST", end, R"({"device":"b","how":"stall"})"},
-        {400, "how is", "POST", end, R"({"device":"a","how":"x"})"},
-        {404, "no script", "GET", "/proxy.pac"},
-        {400, "delay is", "GET", "/proxy.pac?delay=60001"},
-        {400, "delay is", "GET", "/proxy.pac?delay=1s"},
+        {400, "close frame", "POST", end, R"({"device":"a","how":"close","code":1005})"},
         {404, "no /commandhub", "GET", "/commandhub"},
     });
-    for (const int code : {999, 1004, 1005, 1006, 1015, 5000}) {
-        const std::string body = R"({"device":"a","how":"close","code":)" + std::to_string(code) + "}";
-        ExpectRefused({{400, "close frame", "POST", end, body}});
-    }
     EXPECT_EQ(Api("POST", "/%61pi/frame?x&device=%61&kind=binary", "%"), "{}");
     EXPECT_EQ(device->Receive(), (Received{Binary, "%", 0}));
-    api.Http("PUT", "/api/faults");
-    EXPECT_THAT(api.head, HasSubstr("Allow: DELETE, GET, POST\r\n"));
-}
-
-TEST_F(Devices, ServesTheScriptThatWasPostedLast) {
-    for (const char* script : {"one", "two"}) Api("POST", "/api/pac", script);
-    api.Send("GET", "/proxy.pac?delay=60000");
-    EXPECT_TRUE(clock.AdvanceWaiter(59) && clock.AdvanceWaiter(1));
-    EXPECT_EQ(api.ReadAnswer(), 200);
-    EXPECT_EQ(api.answer, "two");
-    EXPECT_THAT(api.head, HasSubstr("Content-Type: application/x-ns-proxy-autoconfig\r\n"));
 }
 
 TEST_F(Devices, HostileRequestsCostTheConnectionOnly) {
-    const std::pair<int, std::string> hostile[] = {
-        {413, "POST /api/pac HTTP/1.1\r\nContent-Length: 67108865\r\n\r\nxxxx"},
-        {400, "GET /" + std::string(20'000, 'x') + " HTTP/1.1\r\n\r\n"}};
-    for (const auto& [status, bytes] : hostile) {
+    for (const std::string& bytes :
+         {std::string("POST /api/pac HTTP/1.1\r\nContent-Length: 67108865\r\n\r\nxxxx"),
+          "GET /" + std::string(20'000, 'x') + " HTTP/1.1\r\n\r\n"}) {
         HubClient client(server.Port());
         client.SendBytes(bytes);
-        EXPECT_EQ(client.ReadAnswer(), status) << bytes.substr(0, 40);
+        EXPECT_EQ(client.ReadAnswer(), bytes.starts_with("POST") ? 413 : 400);
     }
-}
-
-TEST_F(Devices, HoldsAThousandDevices) {
-    std::vector<std::unique_ptr<HubClient>> devices;
-    for (int i = 0; i < 1000; ++i) devices.push_back(Device("d" + std::to_string(i)));
-    for (size_t n = 0; n < 3; ++n) {
-        EXPECT_EQ(Push(n), R"({"reached":1000})");
-        for (const auto& device : devices) ASSERT_EQ(device->Receive(), Pushed(n));
-    }
-    devices.clear();
-    EXPECT_TRUE(DevicesBecome(0));
 }
 
 }  // namespace

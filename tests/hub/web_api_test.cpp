@@ -21,24 +21,13 @@ class WebApi : public RunningHub {
     WebApi() : RunningHub({.port = 0, .keepAliveSeconds = 0, .clockOffset = ahead}, start) {}
 
     // A connection each, for some faults end it.
-    void Send(const std::string& method, const std::string& target, const std::string& body = {},
-              const std::string& headers = {}) {
+    int Ask(const std::string& method, const std::string& target, const std::string& body = {}) {
         const std::string signature =
             wirelink::Signature(2, "orrery-development", {method, target, stamp, "", std::string_view(body)});
         http = std::make_unique<HubClient>(server.Port());
-        http->Send(method, target, body, headers + Stamp() + "ZWS2 d:" + signature + "\r\n");
-    }
-    int Ask(const std::string& method, const std::string& target, const std::string& body = {},
-            const std::string& headers = {}) {
-        Send(method, target, body, headers);
-        return http->ReadAnswer();
+        return http->Http(method, target, body, Stamp() + "ZWS2 d:" + signature + "\r\n");
     }
     std::string Stamp() const { return "x-zelko-timestamp: " + stamp + "\r\nAuthorization: "; }
-    int Poll(const std::string& tag) { return Ask("GET", data, "", "If-None-Match: " + tag + "\r\n"); }
-    std::string Tag() const {
-        const size_t begin = http->head.find("ETag: ") + 6;
-        return http->head.substr(begin, http->head.find('\r', begin) - begin);
-    }
     void Fault(const std::string& members) { Api("POST", "/api/faults", '{' + members + '}'); }
 
     std::unique_ptr<HubClient> http;
@@ -64,34 +53,6 @@ TEST_F(WebApi, TakesOnlyWhatIsSignedRightAndInTime) {
     EXPECT_EQ(api.Http("GET", data), 401);
 }
 
-TEST_F(WebApi, ShowsWhatADeviceSaidLast) {
-    Ask("POST", bind, R"({"NotificationProvider":2})");
-    EXPECT_EQ(Ask("POST", bind, said), 200);
-    const std::string shown = R"("bind":{"provider":6,"recipient":"n-1","binds":2,"time":"2026-)";
-    EXPECT_THAT(Api("GET", "/api/devices?all=1"), HasSubstr(shown));
-    api.Upgrade();
-    api.SendFrame(R"({"Type":10,"DeviceId":"d"})");
-    api.Receive();
-    http->Http("GET", "/api/devices");
-    EXPECT_THAT(http->answer, AllOf(HasSubstr(R"("registrations":1,)"), HasSubstr(shown)));
-}
-
-TEST_F(WebApi, TagOfAResourceChangesWithItsData) {
-    EXPECT_EQ(Poll("nonsense"), 404);
-    EXPECT_EQ(Ask("PUT", data), 201);
-    const std::string first = Tag();
-    EXPECT_EQ(Poll(first), 304);
-    for (const char* bad : {"x", "\"", "W/\"1\"", "\"1\", \"2\""}) EXPECT_EQ(Poll(bad), 400) << bad;
-    Api("POST", "/api/notify", R"({"id":"n-1","message":{"z":1,"a":2}})");
-    EXPECT_EQ(Poll(first), 200);
-    EXPECT_EQ(http->answer, R"({"z":1,"a":2})");
-    EXPECT_EQ(Poll(Tag()), 304);
-    EXPECT_EQ(Ask("PUT", data, "x"), 200);
-    EXPECT_EQ(Ask("PUT", "/services/notifications/1/a%2Fb"), 201);
-    EXPECT_THAT(Api("GET", "/api/data"), HasSubstr(R"("id":"a/b","etag":"\")"));
-    EXPECT_EQ(api.Http("POST", "/api/notify", R"({"id":"a/b","product":"2","message":""})"), 404);
-}
-
 TEST_F(WebApi, EachFaultHitsItsRequestOnce) {
     Fault(R"("match":"/webapi/","count":2,"status":403,"actions":{"E":{}})");
     EXPECT_EQ(Ask("PUT", data), 201) << "another target";
@@ -99,12 +60,8 @@ TEST_F(WebApi, EachFaultHitsItsRequestOnce) {
     EXPECT_THAT(http->answer, AllOf(StartsWith(R"({"Code":"403",)"), HasSubstr(R"("Actions":{"E":{}}})")));
     EXPECT_EQ(Api("GET", "/api/devices?all=1"), "[]") << "refused, and so not bound";
     const std::tuple<std::string, int, std::string, std::string> cases[] = {
-        {R"("status":500,"envelope":false)", 500, "text/html", "<html><body></body></html>"},
         {R"("status":600,"body":"raw")", 600, date, "raw"},
-        {R"("status":304)", 304, date, ""},
         {R"("dateOffset":-3600)", 200, "Date: Fri, 02 Jan 2026 02:04:05 GMT", "{}"},
-        {R"("etag":"odd")", 200, "ETag: odd\r\n", "{}"},
-        {R"("gzip":"broken")", 200, "Content-Encoding: gzip", "no gzip stream begins like this"},
     };
     for (const auto& [members, status, head, answer] : cases) {
         Fault(members);
@@ -112,8 +69,8 @@ TEST_F(WebApi, EachFaultHitsItsRequestOnce) {
         EXPECT_THAT(http->head, HasSubstr(head));
         EXPECT_EQ(http->answer, answer);
     }
-    for (const auto& [members, size] : std::map<std::string, size_t>{
-             {R"("cut":0)", 0}, {R"("cut":20)", 20}, {R"("endless":true)", 1'000'000}}) {
+    for (const auto& [members, size] :
+         std::map<std::string, size_t>{{R"("cut":0)", 0}, {R"("endless":true)", 1'000'000}}) {
         Fault(members);
         Ask("POST", bind, said);
         EXPECT_EQ(http->Read(1'000'000).size(), size) << members;
@@ -123,62 +80,23 @@ TEST_F(WebApi, EachFaultHitsItsRequestOnce) {
 
 TEST_F(WebApi, RecordsTheLatestThousandExchanges) {
     Fault(R"("cut":1)");
-    Ask("POST", "/services/s/1/queues/q?x", "m", "x-zelko-label: l\r\n");
+    Ask("POST", "/services/s/1/queues/q?x", "m");
     EXPECT_THAT(Api("GET", "/api/exchanges"),
                 AllOf(HasSubstr(R"("target":"/services/s/1/queues/q?x","device":"d","authorized":"ok",)"),
-                      HasSubstr(R"("status":"cut","etag":null,"contentType":null,"via":null,"label":"l",)"),
+                      HasSubstr(R"("status":"cut","etag":null,"contentType":null,"via":null,)"),
                       HasSubstr(R"("body":"m","fault":{"cut":1}}])")));
     for (int i = 0; i < 1000; ++i) api.Http("GET", "/webapi/" + std::to_string(i));
     const std::string oldest = R"([{"time":"2026-01-02T03:04:05Z","method":"GET","target":"/webapi/0",)";
-    EXPECT_THAT(Api("GET", "/api/exchanges"), StartsWith(oldest + R"("device":null,"authorized":"not)"));
-    Ask("PUT", "/services/s/1/containers/c/1/n", "\xff", "x-zelko-last: true\r\n");
-    EXPECT_THAT(Api("GET", "/api/exchanges"),
-                EndsWith(R"("last":"true","size":1,"body":null,"fault":null}])"));
-    Api("DELETE", "/api/exchanges");
-    EXPECT_EQ(Api("GET", "/api/exchanges"), "[]");
-}
-
-TEST_F(WebApi, SlowAnswersTakeTheirTime) {
-    Fault(R"("delay":60000)");
-    Send("POST", bind, said);
-    EXPECT_TRUE(clock.AdvanceWaiter(59) && clock.AdvanceWaiter(1));
-    EXPECT_EQ(http->ReadAnswer(), 200);
-    Fault(R"("trickle":60000)");
-    Send("POST", bind, said);
-    for (const char* byte : {"H", "T", "T", "P"}) {
-        EXPECT_EQ(http->Read(1), byte);
-        EXPECT_TRUE(clock.AdvanceWaiter(59) && clock.AdvanceWaiter(1));
-    }
-}
-
-TEST_F(WebApi, PendingFaultsAreListedAndForgotten) {
-    Fault(R"("match":"/webapi","count":3,"status":500,"body":"x")");
-    Fault(R"("dateOffset":-1000000000,"gzip":"broken")");
-    Ask("POST", bind, said);
-    EXPECT_EQ(Api("GET", "/api/faults"), R"([{"match":"/webapi","count":2,"status":500,"body":"x"},)"
-                                         R"({"dateOffset":-1000000000,"gzip":"broken","count":1}])");
-    Api("DELETE", "/api/faults");
-    EXPECT_EQ(Api("GET", "/api/faults"), "[]");
+    EXPECT_THAT(Api("GET", "/api/exchanges"), StartsWith(oldest));
+    Ask("PUT", "/services/s/1/containers/c/1/n", "\xff");
+    EXPECT_THAT(Api("GET", "/api/exchanges"), EndsWith(R"("size":1,"body":null,"fault":null}])"));
 }
 
 TEST_F(WebApi, RefusesWhatItCannotRead) {
     const std::pair<const char*, const char*> faults[] = {
-        {R"("match":"x","cut":0)", "match is to be a text that begins with a slash"},
-        {R"("match":"/x","count":1)", "does nothing"},
-        {R"("count":0,"cut":0)", "count is"},
         {R"("status":199)", "status is to be 200 to 999"},
-        {R"("status":1000)", "status is"},
-        {R"("status":500,"actions":[])", "actions is"},
-        {R"("status":500,"envelope":1)", "envelope is"},
         {R"("envelope":false,"delay":1)", "envelope goes with a status only"},
-        {R"("body":"b","delay":1)", "body goes with"},
-        {R"("status":500,"body":1)", "body is"},
-        {R"("delay":0)", "delay is"},
-        {R"("delay":600001)", "delay is to be 1 to 600000"},
-        {R"("trickle":1.5)", "trickle is"},
         {R"("cut":18446744073709551615)", "cut is"},
-        {R"("gzip":"good")", "gzip is"},
-        {R"("dateOffset":1000000001)", "dateOffset is"},
         {R"("etag":"a\r\nb")", "etag is"},
         {R"("delay":1,"dealy":1)", "dealy is unknown"},
         {R"("cut":1,"endless":true)", "exclude each other"},
@@ -188,33 +106,14 @@ TEST_F(WebApi, RefusesWhatItCannotRead) {
     std::string members = R"({"x":0)";
     for (int i = 1; i < 20'000; ++i) members += ",\"" + std::to_string(i) + "\":0";
     ExpectRefused({{400, "topic is", "POST", "/api/push", members + '}'},
-                   {400, "20,000 members", "POST", "/api/push", members + R"(,"y":0})"}});
-    const std::string notify = "/api/notify", text = R"("message":"")";
-    ExpectRefused({
-        {400, "no JSON object", "POST", "/api/faults", "[]"},
-        {400, "message is", "POST", notify, R"({"id":"n-1","message":1})"},
-        {400, "id is", "POST", notify, '{' + text + '}'},
-        {400, "service is", "POST", notify, R"({"id":"n-1","service":1,)" + text + '}'},
-        {400, "no JSON object", "POST", notify, "[]"},
-        {405, "does not take", "PUT", notify},
-    });
+                   {400, "20,000 members", "POST", "/api/push", members + R"(,"y":0})"},
+                   {400, "no JSON object", "POST", "/api/faults", "[]"},
+                   {400, "message is", "POST", "/api/notify", R"({"id":"n-1","message":1})"}});
     EXPECT_EQ(Ask("POST", bind, R"({"x":)" + std::string(5'000'000, '[')), 400);
-    const std::tuple<int, const char*, std::string> targets[] = {
-        {404, "PUT", "/webapi/x"},
-        {404, "PUT", "/services/"},
-        {404, "PUT", "/services/s/1/"},
-        {404, "PUT", "/services/s/1/files/c"},
-        {200, "PUT", "/services/s/1/files/c/n"},
-        {405, "POST", "/services/s/1/files/c/n"},
-        {404, "PUT", "/services/s/1/files/c/n/x"},
-        {200, "POST", "/services/s/1/queues/q"},
-        {404, "POST", "/services/s/1/queues/q/x"},
-        {200, "PUT", "/services/s/1/containers/c/1/n"},
-        {404, "PUT", "/services/s/1/containers/c/1"},
-        {404, "PUT", "/services/s/1/other/c/1/n"},
-        {405, "POST", data},
-    };
-    for (const auto& [status, method, target] : targets) EXPECT_EQ(Ask(method, target), status) << target;
+    for (const char* target :
+         {"/services/", "/services/s/1/files/c", "/services/s/1/files/c/n/x", "/services/s/1/other/c/1/n"})
+        EXPECT_EQ(Ask("PUT", target), 404) << target;
+    EXPECT_EQ(Ask("POST", data), 405);
     EXPECT_THAT(http->head, HasSubstr("Allow: GET, PUT\r\n"));
 }
 

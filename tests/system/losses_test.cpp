@@ -1,6 +1,5 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <filesystem>
-#include <list>
 
 #include "system/system_test.h"
 
@@ -71,18 +70,6 @@ TEST_F(LossesTest, AServerThatIsSetDuringAnAttemptIsGoneTo) {
     for (const std::string method : {"Bind", "CommandHub"})  // the bind first: it follows the connect
         Set("Communications.Method_" + method + ".Hostname", HubAddress());
     ASSERT_TRUE(Registered());
-    ExpectPushArrives();
-}
-
-TEST_F(LossesTest, ThirtyRealtimeClearsAtOnceLeaveOneChannel) {
-    StartBoth();
-    std::list<Process> commands;
-    for (int number = 0; number < 30; ++number) {
-        commands.emplace_back(AgentCommand({"event", clear.dump()}),
-                              PathOf("clear" + std::to_string(number)));
-    }
-    for (Process& command : commands) EXPECT_EQ(command.End(0), 0) << command.Errors();
-    ASSERT_TRUE(Eventually([this] { return !Subscribed().empty(); }));
     ExpectPushArrives();
 }
 

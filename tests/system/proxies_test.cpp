@@ -101,12 +101,6 @@ TEST_P(EachProxyTest, AWrongPasswordLeadsToTheNextEntry) {
     ExpectConnectedDirectly();
 }
 
-TEST_F(ProxiesTest, ADeadProxyLeadsToTheNextOfItsList) {
-    StartProxy(false);
-    StartAgentWith({Explicit("127.0.0.1:" + std::to_string(FreePort()) + ";" + ProxyAddress())});
-    ExpectConnectedThroughProxy();
-}
-
 TEST_F(ProxiesTest, APacFileThatLoopsLeadsToTheNextEntry) {
     Api("/api/pac", "function FindProxyForURL(url, host) { while (true) {} }");
     StartAgentWith({{{"source", "wpad"}, {"PacFileUrl", "http://" + HubAddress() + "/proxy.pac"}},
