@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include "platform/text.h"
 #include "support/fake_config_util.h"
 
@@ -45,24 +43,20 @@ TEST(RealtimeConfigTest, ReadsNumbersAndTakesTheDefaultForWhatIsNone) {
 TEST(RealtimeConfigTest, ReadsSwitchesAndIntervals) {
     FakeConfigUtil store;
     RealtimeConfig config;
-    config.Read(store);
-    EXPECT_TRUE(config.enabled && config.checkOs);
-    EXPECT_EQ(config.retry.cannotConnectRetriesInterval, u"rand(60,300)");
-    EXPECT_EQ(config.retry.lostConnectionRetriesInterval, u"rand(5,15)");
     store.Set(u"Realtime.Notifications.Enabled", u"00");
     store.Set(u"Realtime.Notifications.CheckOS", u"0");
     store.Set(u"Realtime.Manager.CannotConnectRetriesInterval", u"any");
-    store.Set(u"Realtime.Manager.LostConnectionRetriesInterval", u"text");
     config.Read(store);
     EXPECT_TRUE(config.enabled && !config.checkOs);
-    EXPECT_EQ(config.retry.lostConnectionRetriesInterval, u"text");
+    EXPECT_EQ(config.retry.lostConnectionRetriesInterval, u"rand(5,15)");
     store.Clear();
     store.Set(u"Realtime.Notifications.Enabled", u"0");
-    store.Set(u"Realtime.Manager.LostConnectionRetriesInterval", u"");
     config.Read(store);
     EXPECT_TRUE(!config.enabled && config.checkOs);
     EXPECT_EQ(config.retry.cannotConnectRetriesInterval, u"any") << "not set: as it was";
-    EXPECT_EQ(config.retry.lostConnectionRetriesInterval, u"rand(5,15)");
+    store.Set(u"Realtime.Manager.CannotConnectRetriesInterval", u"");
+    config.Read(store);
+    EXPECT_EQ(config.retry.cannotConnectRetriesInterval, u"rand(60,300)");
 }
 
 }  // namespace
