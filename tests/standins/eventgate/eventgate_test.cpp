@@ -44,9 +44,8 @@ TEST(EventgateTest, DocumentsAreTakenApartOrRefused) {
         gate.reset();
         EXPECT_EQ(receiver.received, expected);
     }
-    for (const char16_t* text :
-         {u"[{\"A\":{}},{\"B\":1}]", u"[{\"A\":{}},1]", u"[[{\"A\":{}}]]", u"[]", u"{}",
-          u"{\"A\":1,\"B\":[]}", u"{\"\":{}}", u"", u"\"A\"", u"{\"A\":{}", u"\"A\":{}},{\"B\":{}"}) {
+    for (const char16_t* text : {u"[{\"A\":{}},{\"B\":1}]", u"[{\"A\":{}},1]", u"[]", u"{}", u"{\"\":{}}",
+                                 u"", u"{\"A\":{}", u"\"A\":{}},{\"B\":{}"}) {
         EXPECT_EQ(Eventgate().Dispatch(text, false), InvalidParameter);
     }
 }
