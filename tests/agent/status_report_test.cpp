@@ -48,12 +48,14 @@ constexpr int64_t now = 1'767'225'600'000;  // 2026-01-01T00:00:00Z
 // One that runs, has lost its server and waits.
 const SettingsMap settings{
     {u"Communications.Method_CommandHub.Hostname", u"hub:1"},
+    {u"Communications.Method_CommandHub.Scheme", u"ws"},
     {u"Events.Defaults.AllowExecutionsAfter", u"60"},
     {u"Events.Defaults.MaxErrors", u"2"},
     {u"Events.E.ErrorCount", u"3"},
     {u"Events.E.LastErrorTime", u"1767225541"},
     {u"Realtime.Manager.CheckInterval", u"10"},
     {u"Realtime.Manager.RetriesWait", u"100"},
+    {u"Register.Register.DeviceId", u"d"},
     {u"Register.Register.SiteId", u"s\n"},
     {u"Scheduler.Tasks.t",
      uR"({"ScheduleId":"t","NextTime":"2026-01-02T00:00:00Z","Enabled":false,"ScheduleInfo":{},"Actions":{"A":{},"B":{}}})"},

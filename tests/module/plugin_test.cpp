@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <thread>
 
 #include "contracts/plugin.h"
@@ -41,6 +42,14 @@ struct Plugin : WirelinkTest {
     GetIPluginFunction get = nullptr;
     FreeIPluginFunction release = nullptr;
 };
+
+TEST_F(Plugin, ModuleShowsItsTwoExportsAndNothingElse) {
+    std::FILE* const names = ::popen("nm -D --defined-only -j " MODULE_FILE, "r");
+    char text[256] = {};
+    const size_t size = std::fread(text, 1, sizeof text - 1, names);
+    EXPECT_EQ(::pclose(names), 0);
+    EXPECT_EQ(std::string(text, size), "FreeIPlugin\nGetIPlugin\n");
+}
 
 TEST_F(Plugin, ContainerIsCountedAndAnswersToItsGuid) {
     environment.Remove("Utils/Tracebox");  // not needed
