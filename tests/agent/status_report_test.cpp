@@ -48,6 +48,7 @@ constexpr int64_t now = 1'767'225'600'000;  // 2026-01-01T00:00:00Z
 // One that runs, has lost its server and waits.
 const SettingsMap settings{
     {u"Communications.Method_CommandHub.Hostname", u"hub:1"},
+    {u"Communications.Method_CommandHub.Path", u"/p"},
     {u"Communications.Method_CommandHub.Scheme", u"ws"},
     {u"Events.Defaults.AllowExecutionsAfter", u"60"},
     {u"Events.Defaults.MaxErrors", u"2"},
