@@ -20,7 +20,8 @@ void Work() {
 std::string Told(const std::string& records) {
     std::istringstream lines(records);
     std::string told, time, thread, level, place, text;
-    while (lines >> time >> thread >> level >> place && std::getline(lines, text)) told += level + text + "\n";
+    while (lines >> time >> thread >> level >> place && std::getline(lines, text))
+        told += level + text + "\n";
     return told;
 }
 
