@@ -80,7 +80,7 @@ void SystemTest::Install(const std::string& url, const Json& settings) {
 }
 
 void SystemTest::StartAgent(Environment environment) {
-    environment["ORRERY_TRACE"] = "2,3," + PathOf("trace");
+    environment.emplace("ORRERY_TRACE", "2,3," + PathOf("trace"));
     agent = std::make_unique<Process>(AgentCommand({"run", "--json"}), PathOf("agent"), environment);
 }
 

@@ -73,7 +73,8 @@ Value ParseValue(std::string_view rest) {
     } else if (auto text = TakeQuoted(rest)) {
         value = std::move(*text);
     }
-    return IsEndOfLine(rest) ? value : Value();
+    if (!IsEndOfLine(rest)) return {};
+    return value;
 }
 
 // Whether a line that begins with '[' opens `section`. One that can't be read opens no section at all.

@@ -145,12 +145,19 @@ const platform::CodePage* AnsiPage() {
     return characterSet.empty() ? nullptr : &page;
 }
 
-// Beyond ASCII by the table of the C library, which is Unicode's in every locale of UTF-8. Without this
-// locale only ASCII letters have two cases.
+// The table of the C library, which is Unicode's in every locale of UTF-8. Without this locale only ASCII
+// letters have two cases.
+struct LetterCases {
+    ~LetterCases() {
+        if (locale) ::freelocale(locale);
+    }
+    const locale_t locale = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t());
+};
+
 char16_t ToLower(char16_t unit) {
-    static const locale_t locale = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t());
     if (unit < 0x80) return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit | 0x20) : unit;
-    return locale ? static_cast<char16_t>(::towlower_l(unit, locale)) : unit;
+    static const LetterCases cases;
+    return cases.locale ? static_cast<char16_t>(::towlower_l(unit, cases.locale)) : unit;
 }
 
 }  // namespace
