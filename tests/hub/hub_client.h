@@ -1,5 +1,5 @@
 // A blocking HTTP and WebSocket client on a plain socket. It shares no code with the server and can send what
-// no library would. Whatever doesn't come within ten seconds counts as an end. One thread.
+// no library would. Whatever doesn't come within a minute counts as an end. One thread.
 #pragma once
 
 #include <arpa/inet.h>
@@ -28,7 +28,7 @@ struct Received {
 class HubClient {
   public:
     explicit HubClient(uint16_t port) {
-        const timeval deadline{10, 0};
+        const timeval deadline{60, 0};
         const int noDelay = 1;
         setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &deadline, sizeof deadline);
         setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &noDelay, sizeof noDelay);
