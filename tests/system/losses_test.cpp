@@ -1,5 +1,3 @@
-#include <boost/asio/ip/tcp.hpp>
-#include <filesystem>
 
 #include "system/system_test.h"
 

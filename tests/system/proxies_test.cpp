@@ -1,4 +1,3 @@
-#include "hub/hub_client.h"
 #include "system/system_test.h"
 
 namespace orrery::system_test {
