@@ -168,7 +168,15 @@ void WebSocketConnection::OnLibraryMessage(const ws::websocket_incoming_message&
         Trace::Warning("a frame that isn't text was dropped", static_cast<int>(message.message_type()));
         return;
     }
-    CallHandler([&] { handlers.message(message.extract_string().get()); });
+    // Read where it lies: the library's other way copies it and makes a task for that.
+    CallHandler([&] {
+        auto body = message.body().streambuf();
+        uint8_t* bytes = nullptr;
+        size_t size = 0;
+        if (!body.acquire(bytes, size)) throw std::runtime_error("a frame can't be read");
+        handlers.message({reinterpret_cast<const char*>(bytes), size});
+        body.release(bytes, size);
+    });
 }
 
 // A message can come before Open has returned to the thread that connects. It waits, with all behind it,

@@ -12,6 +12,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "platform/mutex.h"
 
@@ -33,7 +34,7 @@ class WebSocketConnection final : public std::enable_shared_from_this<WebSocketC
   public:
     // What leaves one is traced and goes no further.
     struct Handlers {
-        std::function<void(const std::string& utf8)> message;
+        std::function<void(std::string_view utf8)> message;
         // Of a connection that stood: lost, closed or dropped.
         std::function<void(int32_t status, const std::string& reason, int32_t error)> close;
     };

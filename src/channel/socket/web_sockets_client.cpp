@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -30,7 +31,7 @@ constexpr int32_t normalClosure = 1000;  // RFC 6455, section 7.4.1
 struct WebSocketsMessageHandler {
     std::shared_ptr<WebSocketsClient::Cell> client;
 
-    void operator()(const std::string& utf8) const {
+    void operator()(std::string_view utf8) const {
         WideString text;
         if (!Utf8ToWide(utf8, text)) Trace::Error("a frame can't be converted");
         client->Enter([&text](WebSocketsClient& sockets) { sockets.OnMessage(text); });
