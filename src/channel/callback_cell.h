@@ -24,9 +24,6 @@ class CallbackCell {
     // touch the object any more.
     void Clear() { gate.Close(); }
 
-    // Whether the calling thread is inside a call.
-    bool CallerIsInside() { return gate.CallerIsInside(); }
-
   private:
     Object* const object;
     CallGate gate;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <thread>
@@ -55,8 +56,6 @@ class CallGate {
         const auto kept = state;
         kept->AwaitOthers();
     }
-    // Whether the calling thread is inside a call.
-    bool CallerIsInside() const { return state->CallerIsInside(); }
 
   private:
     // Apart from the gate, so that it lasts until the last call and the last wait are over.
@@ -72,7 +71,7 @@ class CallGate {
         void Leave(uint64_t number) EXCLUDES(lock) {
             MutexLock hold(lock);
             std::erase_if(inside, [number](const Call& call) { return call.number == number; });
-            left.notify_all();
+            if (waiting != 0) left.notify_all();
         }
         void Close() EXCLUDES(lock) {
             MutexLock hold(lock);
@@ -84,12 +83,9 @@ class CallGate {
             const auto isAwaited = [self, last = entered](const Call& call) {
                 return call.thread != self && call.number <= last;
             };
+            ++waiting;
             while (std::ranges::any_of(inside, isAwaited)) left.wait(lock);
-        }
-        bool CallerIsInside() EXCLUDES(lock) {
-            const auto self = std::this_thread::get_id();
-            MutexLock hold(lock);
-            return std::ranges::any_of(inside, [self](const Call& call) { return call.thread == self; });
+            --waiting;
         }
 
       private:
@@ -102,6 +98,7 @@ class CallGate {
         ConditionVariable left;
         std::vector<Call> inside GUARDED_BY(lock);  // a thread's calls may nest
         uint64_t entered GUARDED_BY(lock) = 0;
+        size_t waiting GUARDED_BY(lock) = 0;  // for others to leave; most calls leave unawaited
         bool isClosed GUARDED_BY(lock) = false;
     };
 
