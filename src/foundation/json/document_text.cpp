@@ -21,13 +21,15 @@ constexpr bool IsClosing(const char* at) {
     return (*at | 0x20) == '}';
 }
 
-// In how many places from `first` on `test` holds, in a text or not. It goes over every byte of every
-// document: blocks whose count fits a byte are what compilers turn into vector instructions.
+// These go over every byte of every document, in texts or not. Loops over whole blocks are those that
+// compilers turn into vector instructions.
+
+// In how many places `test` holds; the count for a block fits a byte.
 template <class Test>
-size_t Count(std::string_view text, size_t first, Test test) {
+size_t Count(std::string_view text, Test test) {
     constexpr size_t block = 128;
     size_t count = 0;
-    size_t at = first;
+    size_t at = 0;
     for (; at + block <= text.size(); at += block) {
         unsigned char inBlock = 0;
         for (size_t i = 0; i < block; ++i)
@@ -38,11 +40,27 @@ size_t Count(std::string_view text, size_t first, Test test) {
     return count;
 }
 
+// Whether `test` holds in a place from `first` on. The last block may overlap the one before.
+template <class Test>
+bool HoldsAnywhere(std::string_view text, size_t first, Test test) {
+    constexpr size_t block = 32;
+    const auto holdsIn = [&](size_t from, size_t count) {
+        unsigned char holds = 0;
+        for (size_t i = 0; i < count; ++i) holds |= static_cast<unsigned char>(test(text.data() + from + i));
+        return holds != 0;
+    };
+    if (text.size() < first + block) return text.size() > first && holdsIn(first, text.size() - first);
+    for (size_t at = first; at + block <= text.size(); at += block) {
+        if (holdsIn(at, block)) return true;
+    }
+    return holdsIn(text.size() - block, block);
+}
+
 // Most documents are sent without blanks, and none of their brackets closes behind one or behind a comma.
 bool MayCloseBehindComma(std::string_view text) {
-    return Count(text, 1, [](const char* at) {
-               return IsClosing(at) & ((at[-1] == ',') | (static_cast<unsigned char>(at[-1]) <= ' '));
-           }) > 0;
+    return HoldsAnywhere(text, 1, [](const char* at) {
+        return IsClosing(at) & ((at[-1] == ',') | (static_cast<unsigned char>(at[-1]) <= ' '));
+    });
 }
 
 // What a scan over the structure of a text stops at; everything else is passed over at a byte a step.
@@ -99,7 +117,7 @@ std::optional<WideString> EscapedPair(std::string_view text) {
 }  // namespace
 
 bool IsRefused(std::string_view text, size_t mostDepth) {
-    const bool mayBeDeep = Count(text, 0, IsOpening) > mostDepth;
+    const bool mayBeDeep = text.size() > mostDepth && Count(text, IsOpening) > mostDepth;
     if (!mayBeDeep && !MayCloseBehindComma(text)) return false;
     size_t depth = 0;
     bool behindComma = false;
@@ -118,9 +136,8 @@ bool IsRefused(std::string_view text, size_t mostDepth) {
 }
 
 bool HasEscapedSurrogate(std::string_view text) {
-    return Count(text, 2, [](const char* at) {
-               return ((*at | 0x20) == 'd') & (at[-1] == 'u') & (at[-2] == '\\');
-           }) > 0;
+    return HoldsAnywhere(
+        text, 2, [](const char* at) { return ((*at | 0x20) == 'd') & (at[-1] == 'u') & (at[-2] == '\\'); });
 }
 
 std::string WithoutEscapedPairs(std::string_view text) {

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <iterator>
@@ -11,46 +10,55 @@ namespace orrery {
 
 namespace {
 
-// Where `count` more units of a text are to be written.
+// A text that grows at its end, with room for what most messages are.
 template <class Text>
-auto* Grow(Text& text, size_t count) {
-    const size_t before = text.size();
-    text.resize(before + count);
-    return text.data() + before;
-}
+class Buffer {
+  public:
+    // Where `count` more units are to be written.
+    auto* Grow(size_t count) {
+        if (count > text.size() - used) text.resize(std::max(used + count, 2 * text.size()));
+        used += count;
+        return text.data() + used - count;
+    }
+    void Shrink(size_t count) { used -= count; }
+    Text Take() {
+        text.resize(used);
+        return std::move(text);
+    }
+
+  private:
+    Text text = Text(250, {});
+    size_t used = 0;
+};
 
 // Where the text goes. Both forms are written by one algorithm; UTF-8 is not made from the wide form, which
 // for a large document would cost as much again.
 class WideSink {
   public:
-    void Ascii(std::string_view text) {
-        char16_t* const to = Grow(out, text.size());
-        for (size_t i = 0; i < text.size(); ++i) to[i] = static_cast<unsigned char>(text[i]);
-    }
-    void Text(WideView text) { out.append(text); }
+    void Ascii(std::string_view text) { std::copy(text.begin(), text.end(), out.Grow(text.size())); }
+    void Text(WideView text) { text.copy(out.Grow(text.size()), text.size()); }
 
-    WideString out;
+    Buffer<WideString> out;
 };
 
 class Utf8Sink {
   public:
-    void Ascii(std::string_view text) { out.append(text); }
+    void Ascii(std::string_view text) { text.copy(out.Grow(text.size()), text.size()); }
 
     // Most text is ASCII throughout, and is copied in one loop without branches.
     void Text(WideView text) {
-        const size_t before = out.size();
-        char* const to = Grow(out, text.size());
+        char* const to = out.Grow(text.size());
         char16_t all = 0;
         for (size_t i = 0; i < text.size(); ++i) {
             to[i] = static_cast<char>(text[i]);
             all |= text[i];
         }
         if (all < 0x80) return;
-        out.resize(before);
+        out.Shrink(text.size());
         Mixed(text);
     }
 
-    std::string out;
+    Buffer<std::string> out;
     bool complete = true;
 
   private:
@@ -65,7 +73,7 @@ class Utf8Sink {
             } else {
                 std::string converted;
                 complete &= WideToUtf8(text.substr(0, end), converted);
-                out += converted;
+                Ascii(converted);
             }
             text.remove_prefix(end);
         }
@@ -88,16 +96,20 @@ std::string_view EscapeOf(char16_t unit) {
     }
 }
 
-constexpr std::array<bool, u'\\' + 1> EscapeTable() {
-    std::array<bool, u'\\' + 1> table{};
-    for (const char16_t unit : {u'\\', u'"', u'\r', u'\n'}) table[unit] = true;
-    return table;
+constexpr bool NeedsEscape(char16_t unit) {
+    return (unit == u'\\') | (unit == u'"') | (unit == u'\r') | (unit == u'\n');
 }
 
-// Where the next character to escape stands, from `at` on. The backslash is the last of them in the code.
+// Where the next character to escape stands, from `at` on. Loops over whole blocks are those that compilers
+// turn into vector instructions.
 size_t FindEscape(WideView text, size_t at) {
-    static constexpr auto escaped = EscapeTable();
-    while (at < text.size() && (text[at] >= escaped.size() || !escaped[text[at]])) ++at;
+    constexpr size_t block = 16;
+    for (; at + block <= text.size(); at += block) {
+        bool any = false;
+        for (size_t i = 0; i < block; ++i) any |= NeedsEscape(text[at + i]);
+        if (any) break;
+    }
+    while (at < text.size() && !NeedsEscape(text[at])) ++at;
     return at;
 }
 
@@ -189,7 +201,7 @@ template <class Message>
 bool WriteWide(const Message& message, WideString& out) {
     WideSink sink;
     if (!MessageWriter(sink).Write(message)) return false;
-    out = std::move(sink.out);
+    out = sink.out.Take();
     return true;
 }
 
@@ -198,8 +210,8 @@ template <class Message>
 bool WriteUtf8(const Message& message, std::string& out) {
     Utf8Sink sink;
     if (!MessageWriter(sink).Write(message) || !sink.complete) return false;
-    sink.out.resize(std::min(sink.out.find('\0'), sink.out.size()));
-    out = std::move(sink.out);
+    out = sink.out.Take();
+    out.resize(std::min(out.find('\0'), out.size()));
     return true;
 }
 

@@ -107,24 +107,23 @@ WideString Decode(std::string_view in) {
     return result;
 }
 
-// True if all of it is ASCII without a NUL: the most frequent text by far, told in one loop without branches.
-template <class Unit>
-bool IsPlain(std::basic_string_view<Unit> text) {
-    using Bits = std::make_unsigned_t<std::conditional_t<sizeof(Unit) == 1, char, int16_t>>;
+// Converts what is ASCII without a NUL, the most frequent text by far, in one loop without branches. False
+// for any other; `out` is then untouched.
+template <class From, class To>
+bool ConvertPlain(std::basic_string_view<From> in, std::basic_string<To>& out) {
+    using Bits = std::make_unsigned_t<std::conditional_t<sizeof(From) == 1, char, int16_t>>;
+    std::basic_string<To> result(in.size(), To());
+    To* const to = result.data();
     Bits all = 0;
     Bits nul = 0;
-    for (const Unit unit : text) {
-        all = static_cast<Bits>(all | unit);
-        nul = static_cast<Bits>(nul | (unit == 0));
+    for (size_t i = 0; i < in.size(); ++i) {
+        to[i] = static_cast<To>(in[i]);
+        all = static_cast<Bits>(all | in[i]);
+        nul = static_cast<Bits>(nul | (in[i] == 0));
     }
-    return all < 0x80 && nul == 0;
-}
-
-template <class From, class To>
-void CopyPlain(std::basic_string_view<From> in, std::basic_string<To>& out) {
-    out.resize(in.size());
-    To* const to = out.data();
-    for (size_t i = 0; i < in.size(); ++i) to[i] = static_cast<To>(in[i]);
+    if (all >= 0x80 || nul != 0) return false;
+    out = std::move(result);
+    return true;
 }
 
 // The character set of the locale that the environment names; empty if it is UTF-8 or names none. Asked of a
@@ -163,22 +162,14 @@ char16_t ToLower(char16_t unit) {
 }  // namespace
 
 bool WideToUtf8(WideView in, std::string& out) try {
-    if (IsPlain(in)) {
-        CopyPlain(in, out);
-    } else {
-        out = Encode(UpToNul(in));
-    }
+    if (!ConvertPlain(in, out)) out = Encode(UpToNul(in));
     return true;
 } catch (const std::bad_alloc&) {
     return false;
 }
 
 bool Utf8ToWide(std::string_view in, WideString& out) try {
-    if (IsPlain(in)) {
-        CopyPlain(in, out);
-    } else {
-        out = Decode(UpToNul(in));
-    }
+    if (!ConvertPlain(in, out)) out = Decode(UpToNul(in));
     return true;
 } catch (const std::bad_alloc&) {
     return false;
