@@ -180,12 +180,9 @@ void CommandHubClient::OnMessage(const WideString& text) {
         case ServerKeepAlive:
             Trace::Verbose("server keep-alive");
             break;
-        case ErrorMessage: {
-            WideString message;
-            frame.GetParameter(u"Message", message);
-            Trace::Error("the server reports an error", message);
+        case ErrorMessage:
+            Trace::Error("the server reports an error", frame.GetParameter(u"Message"));
             break;
-        }
         case WelcomeMessage:
             OnWelcome(frame);
             break;
@@ -212,17 +209,13 @@ void CommandHubClient::OnWelcome(const CommandHubFrame& frame) {
         return;
     }
     MutexLock hold(sessionLock);
-    frame.GetParameter(u"SessiondId", sessionId);
+    sessionId = frame.GetParameter(u"SessiondId");
     Trace::Information("registered", sessionId);
 }
 
 void CommandHubClient::OnPush(const CommandHubFrame& frame) {
     if (!frame.HasParameters()) return;
-    WideString topic;
-    WideString message;
-    frame.GetParameter(u"Topic", topic);
-    frame.GetParameter(u"Message", message);
-    messageHandler.Call(topic, message);
+    messageHandler.Call(frame.GetParameter(u"Topic"), frame.GetParameter(u"Message"));
 }
 
 void CommandHubClient::OnClose() {

@@ -30,8 +30,11 @@ bool CommandHubFrame::Read(const WideString& text) {
     return true;
 }
 
-bool CommandHubFrame::GetParameter(WideView name, WideString& out) const {
-    return parameters && parameters->GetString(name, out);
+const WideString& CommandHubFrame::GetParameter(WideView name) const {
+    static const WideString none;
+    const CMessageItem* item = nullptr;
+    const bool found = parameters && parameters->Find(name, item) && item->kind == KindString;
+    return found ? item->text : none;
 }
 
 }  // namespace orrery

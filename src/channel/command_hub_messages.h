@@ -38,8 +38,8 @@ class CommandHubFrame {
 
     int32_t Type() const { return type; }
     bool HasParameters() const { return parameters != nullptr; }
-    // A String member of `Parameters`; false if there is none, and `out` is untouched.
-    bool GetParameter(WideView name, WideString& out) const;
+    // A String member of `Parameters`; empty if there is none. It stays the frame's.
+    const WideString& GetParameter(WideView name) const;
 
   private:
     CMessageObject root;

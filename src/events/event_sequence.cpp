@@ -35,10 +35,14 @@ CEventSequence::CEventSequence(WideString source, WideString schedulerId, WideSt
       schedulerId(std::move(schedulerId)),
       executionTime(std::move(executionTime)) {
     WideString guid;
-    if (platform::NewGuid(guid)) sequenceId = u"{" + guid + u"}";
+    if (!platform::NewGuid(guid)) return;
+    sequenceId.reserve(guid.size() + 2);
+    sequenceId.append(1, u'{').append(guid).append(1, u'}');
 }
 
 void CEventSequence::Stamp(CMessageObject& message) const {
+    constexpr size_t most = 4;
+    message.items.reserve(message.items.size() + most);
     message.AddString(u"EventId", sequenceId);
     AddIfSet(message, u"EventSource", source);
     AddIfSet(message, u"EventSchedulerId", schedulerId);
@@ -48,10 +52,11 @@ void CEventSequence::Stamp(CMessageObject& message) const {
 uint32_t CEventSequence::AddEvent(CMessageObject message) {
     const Trace::Scope trace("CEventSequence::AddEvent");
     if (message.isArray || !NeedsNoEscape(message.name) || !HasJsonKeys(message)) return InvalidParameter;
-    return Append(std::move(message));
+    return Append(CMessageItem(std::move(message)));
 }
 
-uint32_t CEventSequence::Append(CMessageObject message) {
+uint32_t CEventSequence::Append(CMessageItem event) {
+    CMessageObject& message = *event.AsObject();
     if (!message.IsWritable()) return InvalidParameter;
     Stamp(message);
     // Without a name it writes itself as a document; with one, as a bare key and object, which is given
@@ -59,7 +64,7 @@ uint32_t CEventSequence::Append(CMessageObject message) {
     if (message.name.empty()) {
         events.push_back(std::move(message));
     } else {
-        events.emplace_back().AddItem(CMessageItem(std::move(message)), false);
+        events.emplace_back().AddItem(std::move(event), false);
     }
     return Success;
 }
@@ -79,7 +84,7 @@ uint32_t CEventSequence::AddActions(CMessageObject&& response) {
             Trace::Warning("an action has a key that can't be written: left out", action.name);
             continue;
         }
-        const uint32_t result = Append(std::move(*event));
+        const uint32_t result = Append(std::move(action));
         if (result != 0) return result;
     }
     return events.empty() ? NoData : Success;

@@ -27,7 +27,8 @@ class CEventSequence {
 
   private:
     void Stamp(CMessageObject& message) const;
-    uint32_t Append(CMessageObject message);
+    // `event` holds an object.
+    uint32_t Append(CMessageItem event);
 
     const WideString source;
     WideString sequenceId;  // empty if the system gave no GUID

@@ -1,7 +1,6 @@
 #include "standins/prefstore/config_front.h"
 
 #include <algorithm>
-#include <memory>
 #include <utility>
 
 #include "platform/error_codes.h"
@@ -12,9 +11,9 @@ namespace orrery::prefstore {
 
 uint32_t ConfigFront::GetValue(const WideString& key, const WideString** value, uint32_t flags) {
     if (value == nullptr) return InvalidParameter;
-    auto copy = std::make_unique<WideString>();
-    const uint32_t result = ReadValue(key, *copy, flags);
-    if (result == Success) *value = copy.release();
+    WideString read;
+    const uint32_t result = ReadValue(key, read, flags);
+    if (result == Success) *value = new WideString(std::move(read));
     return result;
 }
 

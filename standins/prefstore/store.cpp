@@ -27,10 +27,9 @@ Store::~Store() {
 
 uint32_t Store::ReadValue(const WideString& key, WideString& value, uint32_t) {
     if (!isOpen) return AccessDenied;
-    if (!SplitKey(key)) return InvalidParameter;
     MutexLock lock(memoryMutex);
     const auto found = settings.find(key);
-    if (found == settings.end()) return NotFound;
+    if (found == settings.end()) return SplitKey(key) ? NotFound : InvalidParameter;
     value = found->second;
     return Success;
 }

@@ -45,9 +45,11 @@ bool GetRegisteredNotificationId(WideString& out) {
     return ReadRegistered(u"Register.Notification.NotificationId", out);
 }
 
+// Asked for every message.
 bool ReadTestMode(int32_t& out) {
+    static const WideString key = u"Register.Agent.TestMode";
     WideString value;
-    if (ReadFromStore(u"Register.Agent.TestMode", value) != 0) return false;
+    if (ReadFromStore(key, value) != 0) return false;
     out = LeadingInt32(value);
     return true;
 }

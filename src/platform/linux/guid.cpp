@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 #include "platform/mutex.h"
-#include "platform/text.h"
 
 namespace orrery::platform {
 
@@ -49,7 +49,7 @@ bool NewGuid(WideString& text) {
     guid[8] = static_cast<unsigned char>((guid[8] & 0x3F) | 0x80);
     char digits[UUID_STR_LEN];
     ::uuid_unparse_lower(guid, digits);
-    text = ToWide(digits);
+    text.assign(std::begin(digits), std::end(digits) - 1);  // without the NUL
     return true;
 }
 
