@@ -74,6 +74,7 @@ TEST_F(Devices, AnswersAConversationInTheLetterOfTheProtocol) {
     EXPECT_THAT(Answer(device, DeviceFrame(13, "b", topicT)), StartsWith(errorFrame)) << "not its own id";
     EXPECT_THAT(Api("GET", "/api/devices"), StartsWith(R"([{"device":"a","connected":true,"session":")" +
                                                        session + R"(","topics":["t"],"connectedSince":")"));
+    device.SendFrame(DeviceFrame(13, "a", topicT));
     EXPECT_EQ(Answer(device, DeviceFrame(11, "a")), R"({"Type":21,"Parameters":{}})");
     EXPECT_THAT(Answer(device, "{}"), StartsWith(errorFrame));
     EXPECT_TRUE(DevicesBecome(0));
@@ -185,6 +186,7 @@ TEST_F(Devices, RefusesWhatItCannotDo) {
         {400, "one of", "POST", push, R"({"topic":"t","messages":[{},1]})"},
         {405, "does not take GET", "GET", push},
         {404, "device b", "POST", end, R"({"device":"b","how":"drop"})"},
+        {400, "how is", "POST", end, R"({"device":"a","how":"softly"})"},
         {400, "close frame", "POST", end, R"({"device":"a","how":"close","code":1005})"},
         {404, "no /commandhub", "GET", "/commandhub"},
     });

@@ -55,6 +55,7 @@ TEST_F(WebApi, TakesOnlyWhatIsSignedRightAndInTime) {
 
 TEST_F(WebApi, EachFaultHitsItsRequestOnce) {
     Fault(R"("match":"/webapi/","count":2,"status":403,"actions":{"E":{}})");
+    EXPECT_EQ(Api("GET", "/api/faults"), R"([{"match":"/webapi/","count":2,"status":403,"actions":{"E":{}}}])");
     EXPECT_EQ(Ask("PUT", data), 201) << "another target";
     for (int i = 0; i < 2; ++i) EXPECT_EQ(Ask("POST", bind, said), 403);
     EXPECT_THAT(http->answer, AllOf(StartsWith(R"({"Code":"403",)"), HasSubstr(R"("Actions":{"E":{}}})")));
@@ -100,6 +101,7 @@ TEST_F(WebApi, RefusesWhatItCannotRead) {
         {R"("etag":"a\r\nb")", "etag is"},
         {R"("delay":1,"dealy":1)", "dealy is unknown"},
         {R"("cut":1,"endless":true)", "exclude each other"},
+        {R"("gzip":"whole")", "gzip is"},
     };
     for (const auto& [members, words] : faults)
         ExpectRefused({{400, words, "POST", "/api/faults", '{' + std::string(members) + '}'}});
