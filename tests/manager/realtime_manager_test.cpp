@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "events/dispatcher_helper.h"
+#include "platform/os_version.h"
 #include "support/fake_server.h"
 #include "support/scarcity.h"
 #include "support/test_clock.h"
@@ -20,6 +21,19 @@ constexpr char connectivityEvent[] = R"({"ConnectivityTest":{}})";
 constexpr char commandsEvent[] = R"({"CheckCommands":{}})";
 constexpr char16_t enabledKey[] = u"Realtime.Notifications.Enabled";
 constexpr char16_t hostKey[] = u"Communications.Method_CommandHub.Hostname";
+
+// Answers nothing that it is asked, as a system would that is older than all that is known.
+struct OldSystem final : platform::OsVersion {
+    OldSystem() { platform::SetOsVersion(this); }
+    ~OldSystem() override { platform::SetOsVersion(nullptr); }
+    bool VerifyVersion(const platform::VersionTest&) override { return false; }
+    uint16_t NativeArchitecture() override { return platform::Amd64; }
+    bool NativeMachine(uint16_t&) override { return false; }
+    bool Metric(int32_t) override { return false; }
+    bool ProductInfo(uint32_t, uint32_t, uint32_t, uint32_t&) override { return false; }
+    bool RegistryText(const WideString&, const WideString&, WideString&) override { return false; }
+    bool RegistryNumber(const WideString&, const WideString&, uint32_t&) override { return false; }
+};
 
 // The clock stands: a wait is over when a test says so. Checks come from the test, as the period of the
 // manager's thread is a day, unless the test shortens it.
@@ -195,6 +209,15 @@ TEST_F(RealtimeManagerTest, WaitsForWhatTheChainNeeds) {
     EXPECT_TRUE(WaitForAttempt(1));
     manager.reset();
     EXPECT_THROW(environment.Replace("Utils/Wirelink", "null_objects"); Make(), std::invalid_argument);
+}
+
+TEST_F(RealtimeManagerTest, AnOldSystemHasNoChannelWhileItIsLookedAt) {
+    const OldSystem system;
+    EXPECT_FALSE(manager->Start());
+    EXPECT_THAT(Events(), ElementsAre(bindEvent));
+    config.Set(u"Realtime.Notifications.CheckOS", u"0");
+    StartAndSettle();
+    EXPECT_TRUE(manager->IsPushConnected());
 }
 
 TEST_F(RealtimeManagerTest, TheNextStartWaitsForAThreadThatOutlivedItsStop) {
