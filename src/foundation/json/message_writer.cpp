@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <iterator>
 #include <string_view>
 
@@ -81,7 +82,7 @@ class Utf8Sink {
 };
 
 // Only four characters are escaped; every other one is written raw.
-std::string_view EscapeOf(char16_t unit) {
+constexpr std::string_view EscapeOf(char16_t unit) {
     switch (unit) {
         case u'\\':
             return "\\\\";
@@ -97,7 +98,7 @@ std::string_view EscapeOf(char16_t unit) {
 }
 
 constexpr bool NeedsEscape(char16_t unit) {
-    return (unit == u'\\') | (unit == u'"') | (unit == u'\r') | (unit == u'\n');
+    return !EscapeOf(unit).empty();
 }
 
 // Where the next character to escape stands, from `at` on. Loops over whole blocks are those that compilers
@@ -105,9 +106,12 @@ constexpr bool NeedsEscape(char16_t unit) {
 size_t FindEscape(WideView text, size_t at) {
     constexpr size_t block = 16;
     for (; at + block <= text.size(); at += block) {
-        bool any = false;
-        for (size_t i = 0; i < block; ++i) any |= NeedsEscape(text[at + i]);
-        if (any) break;
+        uint16_t found = 0;
+        for (size_t i = 0; i < block; ++i) {
+            for (const char16_t escaped : {u'\\', u'"', u'\r', u'\n'})
+                found |= static_cast<uint16_t>(-(text[at + i] == escaped));
+        }
+        if (found != 0) break;
     }
     while (at < text.size() && !NeedsEscape(text[at])) ++at;
     return at;
