@@ -120,9 +120,9 @@ TEST_F(ConnectionTest, AHeaderIsSentOnceUnderTheNameThatWasGivenAndBringsInNoOth
     for (const char* name : {"accept-encoding", "content-TYPE", "x-Zelko-Timestamp", "AUTHORIZATION"})
         connection->AddHeader(name, "br, gzip;q=0.5");
     const AuthorizationInfo device{1, {2026, 1, 5, 2, 3, 4, 5, 678}, "secret", u"ZWS", u"d"};
-    connection->SendSigned(u"text/plain", "{}", 2, 0, &device);
+    connection->SendSigned(u"text/plain", "{\0}", 3, 0, &device);
     const std::string sent = SentHeaders(*connection);
-    EXPECT_EQ(server.Received()[0], "POST / HTTP/1.1\r\n" + sent + "\r\n{}");
+    EXPECT_EQ(server.Received()[0], "POST / HTTP/1.1\r\n" + sent + "\r\n{\0}"s);
     EXPECT_NE(sent.find("accept-encoding: gzip\r\ncontent-TYPE: text/plain\r\nx-Zelko-Timestamp: "
                         "2026-01-02T03:04:05.678Z\r\nAUTHORIZATION: ZWS d:"),
               sent.npos);
