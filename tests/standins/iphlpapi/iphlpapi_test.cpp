@@ -92,10 +92,9 @@ TEST(IphlpapiTest, InterfacesAppearAndGo) {
 TEST(IphlpapiTest, LostChangesAreFoundByListing) {
     TemporaryFolder folder;
     std::string batch;
-    for (int address = 0; address < 2000; ++address) {
+    for (int address = 0; address < 2000; ++address)
         batch += "addr add 10." + std::to_string(address / 250) + ".1." + std::to_string(address % 250 + 1) +
                  "/32 dev v0\n";
-    }
     folder.Write("batch",
                  batch + "link del v0\nlink add w0 type veth peer name w1\naddr add 10.99.0.1/24 dev w0\n");
     RunInNamespace([&] {
@@ -117,11 +116,13 @@ TEST(IphlpapiTest, CancellingWaitsForTheCallInFlight) {
     RunInNamespace([] {
         test::HeldCall call;
         std::once_flag cancelled;
-        Listener listener;
+        Listener listener, staying;
+        staying.Register();  // else the end of the thread would be waited for
         listener.onCall = [&] { call.Stay(); };
         listener.Register(AF_INET, true);
         const auto cancel = [&] { std::call_once(cancelled, [&] { listener.Cancel(); }); };
         EXPECT_TRUE(call.IsAwaitedBy(cancel));
+        EXPECT_EQ(staying.Cancel(), Success);
     });
 }
 

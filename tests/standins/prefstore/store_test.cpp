@@ -242,6 +242,7 @@ TEST_F(StoreTest, DamagedFileIsSetAsideWhole) {
             EXPECT_TRUE(fs::exists(damaged.PathOf(aside + "-shm"))) << problem;
             EXPECT_EQ(store.WriteValue(u"A.B.C", u"new", 0), 0u);
         }
+        EXPECT_FALSE(fs::exists(damaged.PathOf("settings.db-wal"))) << "all of it is in the file";
         Store next(damaged.PathOf(""));
         EXPECT_STREQ(next.Problem(), "");
         EXPECT_EQ(Read(next, u"A.B.C"), u"new");
