@@ -64,10 +64,7 @@ TEST_F(Surroundings, FoldersComeFromTheRegistry) {
     const std::string own = uninstall + "Zelko Orrery Agent]\n\"DisplayName\"=\"Own\"\n";
     const std::string local = "\"LProductName\"=\"L\"\n";
     const std::string code = "\"ProductCodeMSI\"=\"{1}\"\n";
-    const struct {
-        std::string registry;
-        const char16_t* product;
-    } cases[] = {
+    const std::pair<std::string, const char16_t*> cases[] = {
         {agent, u"Zelko Security\\Zelko Endpoint Agent\\"},
         {agent + local + code, u"Zelko Security\\L\\"},
         {agent + local + coded, u"Zelko Security\\L\\"},

@@ -29,10 +29,8 @@ TEST(Trace, SessionHearsTheLevelsAndFlagsThatItAskedFor) {
     const std::string error = "2 error wide 7\n";
     const std::string general = error + "3 warning NULL NULL <NULL>\n4 two\\nlines\\r -1\n";
     const std::string enter = "5 CWorker::Work enter\n", exit = "5 CWorker::Work exit\n";
-    const struct {
-        const char* session;
-        std::string told;
-    } cases[] = {{"2,1,", error}, {"4,0x1,", general}, {"0x5,2,", enter + exit}, {"5,4,", ""}, {"5;2,", ""}};
+    const std::pair<const char*, std::string> cases[] = {
+        {"2,1,", error}, {"4,0x1,", general}, {"0x5,2,", enter + exit}, {"5,4,", ""}, {"5;2,", ""}};
     for (const auto& [session, told] : cases) {
         TemporaryFolder folder;
         folder.SetEnvironment("ORRERY_TRACE", session + folder.PathOf("records"));

@@ -5,10 +5,8 @@
 namespace orrery::platform {
 namespace {
 
-constexpr uint64_t generous = 60'000;
-constexpr uint64_t endless = UINT64_MAX;
-
 TEST(Event, TheLowestSignalledIndexWinsUntilReset) {
+    constexpr uint64_t generous = 60'000, endless = UINT64_MAX;
     Event first, second, third;
     Event* const all[] = {&first, &second, &third};
     EXPECT_EQ(WaitForAny(all, 0), WaitTimeout);

@@ -41,6 +41,16 @@ TEST(MessageObject, ReadsAndWrites) {
     }
 }
 
+TEST(MessageObject, AKeyIsFoundAgainAmongThousands) {
+    constexpr size_t count = 5000;
+    CMessageObject object;
+    for (size_t i = 0; i < count; ++i) object.AddItem(CMessageItem(ToWide(std::to_string(i)), true), false);
+    object.AddItem(CMessageItem(u"7", false), false);  // a second one of its key
+    ASSERT_TRUE(object.Parse(Written(object)));
+    EXPECT_EQ(object.items.size(), count);
+    EXPECT_FALSE(object.items[7].value.boolean) << "the first gave way";
+}
+
 TEST(MessageObject, DepthIsLimitedBeforeItCosts) {
     const auto nested = [](size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
     CMessageObject object;

@@ -2,9 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cerrno>
-#include <thread>
-
 #include "platform/linux/auto_proxy/pac_answer.h"
 #include "platform/linux/auto_proxy/wpad_hosts.h"
 #include "platform/text.h"
@@ -15,7 +12,7 @@ namespace {
 
 using testing::ElementsAre;
 
-constexpr char16_t untouched[] = u"(untouched)";
+constexpr char untouched[] = "(untouched)";
 
 class AutoProxy : public testing::Test {
   protected:
@@ -28,10 +25,11 @@ class AutoProxy : public testing::Test {
     WideString WriteBody(const std::string& body) {
         return Write("\xEF\xBB\xBF function FindProxyForURL(url, host) {" + body + "}");
     }
-    static WideString Ask(const WideString& pacUrl, const WideString& url = u"https://hub.example/a?b=1") {
-        WideString proxy = untouched;
-        OpenAutoProxySession()->GetProxyForUrl(url, pacUrl, proxy);
-        return proxy;
+    static std::string Ask(const WideString& pacUrl, const WideString& url = u"https://hub.example/a?b=1") {
+        WideString proxy = ToWide(untouched);
+        const bool isAnswered = OpenAutoProxySession()->GetProxyForUrl(url, pacUrl, proxy);
+        EXPECT_EQ(isAnswered, LastAutoProxyError() == 0);
+        return ToUtf8(proxy);
     }
     // The failure's number; 0 if there was none.
     static uint32_t Failure(const WideString& pacUrl, const WideString& url = u"https://hub.example/a") {
@@ -46,17 +44,14 @@ TEST_F(AutoProxy, ScriptSeesUrlAndHost) {
     const WideString pac = WriteBody(
         "return dnsDomainIs(host, '.example') && shExpMatch(url, 'https://*b=1') ? 'PROXY p:3128; DIRECT' :"
         " host == '::1' ? 'HTTPS six:1' : 'DIRECT';");
-    EXPECT_EQ(Ask(pac), u"p:3128");
-    EXPECT_EQ(LastAutoProxyError(), 0u);
-    EXPECT_EQ(Ask(pac, u"http://[::1]:8080/"), u"https://six:1");
-    EXPECT_EQ(Ask(pac, u"http://other/"), u"");
+    EXPECT_EQ(Ask(pac), "p:3128");
+    EXPECT_EQ(Ask(pac, u"http://[::1]:8080/"), "https://six:1");
+    EXPECT_EQ(Ask(pac, u"http://other/"), "");
 }
 
 TEST_F(AutoProxy, BadScriptsFail) {
-    for (const char* body : {"while (true) {}", "var s = 'x'; while (true) s += s;",
-                             "var a = []; while (true) a.push(new Array(100000).join('x'));",
-                             "return FindProxyForURL(url, host);", "return 42;", "return;", "return {};",
-                             "throw 'no';", "return nothing.here;", "return 'PROXY';"}) {
+    for (const char* body : {"while (true) {}", "var s = 'x'; while (true) s += s;", "return 42;",
+                             "throw 'no';", "return 'PROXY';"}) {
         EXPECT_EQ(Failure(WriteBody(body)), AutoProxyBadScript) << body;
     }
     EXPECT_EQ(Failure(Write("function FindProxyForURL(")), AutoProxyBadScript);
@@ -67,7 +62,6 @@ TEST_F(AutoProxy, BadScriptsFail) {
 }
 
 TEST_F(AutoProxy, ScriptIsFetchedOrItIsAFailure) {
-    EXPECT_EQ(Failure(u"file:///nonexistent/proxy.pac"), AutoProxyNoScript);
     EXPECT_EQ(Failure(u"http://127.0.0.1:1/proxy.pac"), AutoProxyNoScript);
     EXPECT_EQ(Failure(Write("")), AutoProxyNoScript);
     EXPECT_EQ(Failure(Write(std::string(1024 * 1024 + 1, ' '))), AutoProxyNoScript);
@@ -75,32 +69,29 @@ TEST_F(AutoProxy, ScriptIsFetchedOrItIsAFailure) {
 
 TEST_F(AutoProxy, UrlThatCouldLeaveItsQuotesIsRefused) {
     const WideString pac = WriteBody("return 'PROXY p:1';");
-    for (const char16_t* url :
-         {u"http://h/'+evil()+'", u"http://h/\\x27", u"http://h/\"", u"http://h/\n", u"http://h/a b",
-          u"http://h/\u00e4", u"http://h'/", u"http://h%27/", u"h", u""}) {
+    for (const char16_t* url : {u"http://h/'+evil()+'", u"http://h/\\x27", u"http://h/a b",
+                                u"http://h/\u00e4", u"http://h%27/", u"h", u""}) {
         EXPECT_EQ(Failure(pac, url), AutoProxyInvalidUrl) << ToUtf8(url);
     }
 }
 
 TEST(PacAnswer, GivesFirstUsableProxy) {
-    const std::pair<const char*, const char*> good[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"PROXY a:1; PROXY b:2; DIRECT", "a:1"},
         {" ;\tproxy \t a:1 \r\n;DIRECT", "a:1"},
         {"Https a:1", "https://a:1"},
-        {"PROXY [::1]:3128", "[::1]:3128"},
         {"direct;PROXY a:1", ""},
         {"SOCKS s:1; SOCKS5 t:2; HTTP a:1", "a:1"},
+        {"SOCKS s:1", ""},
         {"PROXY; PROXY a 1; DIRECT x; PROXYb:2; PROXY c:3", "c:3"},
+        {"PROXY \xC3\xA4:1", untouched},
+        {" ; ;", untouched},
+        {"a:1", untouched},
     };
-    std::string proxy;
-    for (const auto& [answer, expected] : good) {
-        EXPECT_TRUE(ReadPacAnswer(answer, proxy)) << answer;
+    for (const auto& [answer, expected] : cases) {
+        std::string proxy = untouched;
+        EXPECT_EQ(ReadPacAnswer(answer, proxy), expected != untouched) << answer;
         EXPECT_EQ(proxy, expected) << answer;
-    }
-    proxy = "(untouched)";
-    for (const char* answer : {"PROXY \xC3\xA4:1", "", " ; ;", "42", "undefined", "a:1"}) {
-        EXPECT_FALSE(ReadPacAnswer(answer, proxy)) << answer;
-        EXPECT_EQ(proxy, "(untouched)");
     }
 }
 

@@ -2,12 +2,8 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/mman.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <thread>
 
@@ -139,47 +135,17 @@ TEST(Interval, TextsAreEvaluatedOrRefused) {
         EXPECT_EQ(EvaluateInterval(text, seconds), InvalidParameter) << ToUtf8(text);
         EXPECT_EQ(seconds, 77u);
     }
-    for (const auto& [text, expected] : {std::pair(u" 90 ", 90u),
-                                         {u"90s", 90},
-                                         {u"2m", 120},
-                                         {u"3h", 10800},
-                                         {u"4d", 345600},
-                                         {u"rand( 7 , 7 )", 7}}) {
+    const std::pair<const char16_t*, uint32_t> cases[] = {
+        {u" 90 ", 90}, {u"90s", 90}, {u"2m", 120}, {u"3h", 10800}, {u"4d", 345600}, {u"rand( 7 , 7 )", 7}};
+    for (const auto& [text, expected] : cases) {
         EXPECT_EQ(EvaluateInterval(text, seconds), 0u) << ToUtf8(text);
         EXPECT_EQ(seconds, expected);
     }
 }
 
-// A process that writes Test.Writer.<n>, for n from 1 to `count`, once `acknowledged` is 0, and then keeps
-// the last number whose write was acknowledged there. To be made while this process has one thread.
-class Writer {
-  public:
-    Writer(const std::string& folder, int count) : process(fork()) {
-        if (process != 0) return;
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        while (acknowledged < 0) std::this_thread::yield();
-        Store store(folder);
-        for (int n = 1; n <= count && store.WriteValue(u"Test.Writer." + Number(n), Number(n), 0) == 0; ++n)
-            acknowledged = n;
-        _exit(0);
-    }
-    ~Writer() {
-        kill(process, SIGKILL);
-        waitpid(process, nullptr, 0);
-    }
-    Writer(const Writer&) = delete;
-    Writer& operator=(const Writer&) = delete;
-
-    // In memory that both processes see, and that stays.
-    std::atomic<int>& acknowledged = *new (mmap(nullptr, sizeof(std::atomic<int>), PROT_READ | PROT_WRITE,
-                                                MAP_SHARED | MAP_ANONYMOUS, -1, 0)) std::atomic<int>(-1);
-
-  private:
-    const pid_t process;
-};
-
-TEST_F(StoreTest, SettingsOutliveTheStoreInFilesOfTheOwnerAlone) {
+TEST_F(StoreTest, SettingsAreInAFileOfTheOwnerAloneAtACleanEndThoughOthersGoOn) {
     const mode_t mask = umask(0);
+    Store other(path);
     {
         Store store(path);
         store.WriteValue(u"Events.Bind.Delay", u"1", 0);
@@ -192,50 +158,13 @@ TEST_F(StoreTest, SettingsOutliveTheStoreInFilesOfTheOwnerAlone) {
         }
     }
     umask(mask);
-    EXPECT_FALSE(fs::exists(folder.PathOf(file + "-wal"))) << "all of it is in the file";
-    Store store(path);
-    Listed listed;
-    EXPECT_EQ(store.List(u"events.", listed), 0u);
-    EXPECT_EQ(listed, (Listed{{u"Events.Bind.Delay", u"2"}}));
-    EXPECT_STREQ(store.Problem(), "");
-}
-
-// The power goes under load: of the log, only some of its pages have reached the disk.
-TEST_F(StoreTest, AKillCostsNoAcknowledgedWriteAndAPowerCutOnlyTheLastOnes) {
-    auto writer = std::make_unique<Writer>(path, 1'000'000);
-    std::atomic<int>& acknowledged = writer->acknowledged;
-    acknowledged = 0;
-    EXPECT_TRUE(test::Eventually([&] { return acknowledged >= 100; }));
-    writer.reset();
-    const std::string settings = folder.Read(file), log = folder.Read(file + "-wal");
-    const auto lose = [&](size_t begin, size_t size) {
-        return std::string(log).replace(begin, size, size, '\0');
-    };
-    const std::string third(log, 0, log.size() / 3);
-    for (const std::string& onDisk : {log, third + "torn", lose(log.size() / 2, 4096), lose(0, 32)}) {
-        const TemporaryFolder copy;
-        copy.Write("settings.db", settings);
-        copy.Write("settings.db-wal", onDisk);
-        Store store(copy.PathOf(""));
-        EXPECT_STREQ(store.Problem(), "");
-        Listed listed;
-        store.List(u"Test.Writer.", listed);
-        for (size_t n = 1; n <= listed.size(); ++n)
-            EXPECT_EQ(Read(store, u"Test.Writer." + Number(n)), Number(n)) << "of " << listed.size();
-        EXPECT_EQ(listed.empty(), onDisk[0] == 0);
-    }
-    Store store(path);
-    EXPECT_STREQ(store.Problem(), "");
-    for (int n = 1; n <= acknowledged; ++n) ASSERT_EQ(Read(store, u"Test.Writer." + Number(n)), Number(n));
-}
-
-TEST_F(StoreTest, ACleanEndPutsItsWritesIntoTheFileThoughOthersGoOn) {
-    Store other(path);
-    EXPECT_EQ(Store(path).WriteValue(u"A.B.C", u"kept", 0), Success);
     const TemporaryFolder copy;
     copy.Write("settings.db", folder.Read(file));
     Store copied(copy.PathOf(""));
-    EXPECT_EQ(Read(copied, u"A.B.C"), u"kept");
+    Listed listed;
+    EXPECT_EQ(copied.List(u"events.", listed), 0u);
+    EXPECT_EQ(listed, (Listed{{u"Events.Bind.Delay", u"2"}}));
+    EXPECT_STREQ(copied.Problem(), "");
 }
 
 TEST_F(StoreTest, ABackupPutInTheFilesPlaceIsFollowedAndHeard) {
@@ -254,32 +183,24 @@ TEST_F(StoreTest, ABackupPutInTheFilesPlaceIsFollowedAndHeard) {
     fs::rename(elsewhere.PathOf("settings.db"), folder.PathOf(file));
     const Lines expected = {"A|A|gone: 1->", "A|A|changed: 1->2", "A|A|new: ->3"};
     EXPECT_EQ(recorder.Take(expected.back()), expected);
-    EXPECT_EQ(store.WriteValue(u"A.A.same", u"4", 0), Success);
-    Store other(path);
-    EXPECT_EQ(Read(other, u"A.A.same"), u"4");
     store.Unsubscribe(u"A", &recorder);
 }
 
-TEST_F(StoreTest, WritersOfTwoProcessesAreHeardByBoth) {
-    Writer writer(path, 500);
+// Stores of one process and of several work together by the same means.
+TEST_F(StoreTest, WritersOfTwoStoresAreHeardByBoth) {
     Store store(path), other(path);
     Recorder recorder, otherRecorder;
     store.Subscribe(u"Test", &recorder);
     other.Subscribe(u"Test", &otherRecorder);
-    writer.acknowledged = 0;
-    const auto write = [&](const WideString& key) {
-        for (int n = 0; n < 50; ++n) ASSERT_EQ(store.WriteValue(key + Number(n), u"v", 0), 0u);
+    const auto write = [](Store* to, const WideString& key) {
+        for (int n = 0; n < 50; ++n) ASSERT_EQ(to->WriteValue(key + Number(n), u"v", 0), 0u);
     };
-    std::thread thread(write, u"Test.Thread.");
-    write(u"Test.Own.");
-    thread.join();
-    EXPECT_TRUE(test::Eventually([&] { return writer.acknowledged == 500; }));
-    // Several foreign writes of one key between two looks are heard as one.
-    for (Store* one : {&store, &other})
-        EXPECT_TRUE(test::Eventually([&] { return Read(*one, u"Test.Writer.500") == u"500"; }));
-    other.DeleteValue(u"Test.Writer.500");
-    const Lines heard = recorder.Take("Test|Writer|500: 500->");
-    EXPECT_EQ(heard.size(), 601u);
+    std::thread first(write, &store, u"Test.First."), second(write, &other, u"Test.Second.");
+    write(&store, u"Test.Own.");
+    for (std::thread* thread : {&first, &second}) thread->join();
+    other.WriteValue(u"Test.The.End", u"v", 0);
+    const Lines heard = recorder.Take("Test|The|End: ->v");
+    EXPECT_EQ(heard.size(), 151u);
     EXPECT_EQ(otherRecorder.Take(heard.back()), heard);
     store.Unsubscribe(u"Test", &recorder);
     other.Unsubscribe(u"Test", &otherRecorder);
@@ -307,22 +228,22 @@ TEST_F(StoreTest, DamagedFileIsSetAsideWhole) {
                                                          {header + std::string(3 * pageSize, '\0'), ""},
                                                          {"", "a log without its file"}};
     for (const auto& [bytes, log] : cases) {
-        for (const auto& entry : fs::directory_iterator(path)) fs::remove(entry);
-        folder.Write(file, bytes);
-        folder.Write(file + "-wal", log);
-        folder.Write(file + "-shm", "index");
+        const TemporaryFolder damaged;
+        damaged.Write("settings.db", bytes);
+        damaged.Write("settings.db-wal", log);
+        damaged.Write("settings.db-shm", "index");
         {
-            Store store(path);
+            Store store(damaged.PathOf(""));
             const std::string problem = store.Problem();
             const size_t name = problem.find("settings.db.damaged-");
             ASSERT_NE(name, std::string::npos) << problem;
-            const std::string aside =
-                "company/product/" + problem.substr(name, problem.find(' ', name) - name);
-            EXPECT_TRUE(folder.Read(aside) == bytes && folder.Read(aside + "-wal") == log) << problem;
-            EXPECT_TRUE(fs::exists(folder.PathOf(aside + "-shm"))) << problem;
+            const std::string aside = problem.substr(name, problem.find(' ', name) - name);
+            EXPECT_TRUE(damaged.Read(aside) == bytes && damaged.Read(aside + "-wal") == log) << problem;
+            EXPECT_TRUE(fs::exists(damaged.PathOf(aside + "-shm"))) << problem;
             EXPECT_EQ(store.WriteValue(u"A.B.C", u"new", 0), 0u);
         }
-        Store next(path);
+        EXPECT_FALSE(fs::exists(damaged.PathOf("settings.db-wal"))) << "all of it is in the file";
+        Store next(damaged.PathOf(""));
         EXPECT_STREQ(next.Problem(), "");
         EXPECT_EQ(Read(next, u"A.B.C"), u"new");
     }

@@ -1,9 +1,12 @@
 // Connections with short deadlines and small limits, in an environment whose proxy variables nobody may heed.
 #pragma once
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <poll.h>
+
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/write.hpp>
+
+#include <thread>
 
 #include "platform/error_codes.h"
 #include "standins/wirelink/base/wide_text.h"
@@ -14,8 +17,7 @@ namespace orrery::wirelink {
 
 struct Answer {
     std::string bytes;
-    std::string repeat{};  // sent again and again until the client leaves
-    int pause = 0;         // ms before each repetition; -1 waits for ever
+    bool isHeld = false;  // the connection stays open until the client leaves
 };
 
 inline std::string Ok(const std::string& body, const std::string& headers = {}) {
@@ -26,52 +28,42 @@ inline std::string Ok(const std::string& body, const std::string& headers = {}) 
 // Gives one answer to each connection and keeps what it got there. It answers on a thread of its own, which
 // ends with the object, or when the test asks what came.
 class ScriptedServer {
+    using Tcp = boost::asio::ip::tcp;
+
   public:
-    explicit ScriptedServer(std::vector<Answer> answers) : answers(std::move(answers)) {
-        sockaddr_in address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
-        socklen_t size = sizeof address;
-        bind(listener, reinterpret_cast<const sockaddr*>(&address), size);
-        listen(listener, 8);
-        getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
-        port = std::to_string(ntohs(address.sin_port));
-        url = "http://127.0.0.1:" + port;
-        thread = std::thread([this] { Serve(); });
-    }
-    ~ScriptedServer() {
-        Received();
-        close(listener);
-    }
+    explicit ScriptedServer(std::vector<Answer> answers) : answers(std::move(answers)) {}
+    ~ScriptedServer() { Received(); }
     const std::vector<std::string>& Received() {
-        shutdown(listener, SHUT_RDWR);
+        shutdown(acceptor.native_handle(), SHUT_RDWR);  // ends an accept that waits; closing wouldn't
         if (thread.joinable()) thread.join();
         return received;
     }
 
-    std::string port, url;
-
   private:
     void Serve() {
+        boost::system::error_code failed;
         for (const Answer& answer : answers) {
-            const int client = accept(listener, nullptr, nullptr);
-            if (client < 0) return;
+            Tcp::socket client = acceptor.accept(failed);
+            if (failed) return;
             // A small request comes in one piece.
             std::string& request = received.emplace_back(65'536, '\0');
-            request.resize(static_cast<size_t>(recv(client, request.data(), request.size(), 0)));
-            pollfd left{client, POLLIN, 0};
-            const bool ends = answer.pause == 0 && answer.repeat.empty();
-            const std::string* next = &answer.bytes;
-            do {
-                send(client, next->data(), next->size(), MSG_NOSIGNAL);
-                next = &answer.repeat;
-            } while (!ends && poll(&left, 1, answer.pause) == 0);
-            close(client);
+            request.resize(client.read_some(boost::asio::buffer(request), failed));
+            boost::asio::write(client, boost::asio::buffer(answer.bytes), failed);
+            if (answer.isHeld) client.wait(Tcp::socket::wait_read, failed);
         }
     }
 
     const std::vector<Answer> answers;
-    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    boost::asio::io_context context;
+    Tcp::acceptor acceptor{context, {boost::asio::ip::address_v4::loopback(), 0}};
     std::vector<std::string> received;
-    std::thread thread;
+
+  public:
+    const std::string port = std::to_string(acceptor.local_endpoint().port());
+    const std::string url = "http://127.0.0.1:" + port;
+
+  private:
+    std::thread thread{[this] { Serve(); }};
 };
 
 class TransportTest : public testing::Test {

@@ -2,39 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <latch>
 #include <map>
-#include <stdexcept>
 
 #include "platform/text.h"
-#include "standins/wirelink/proxy/proxy_notifier.h"
 #include "standins/wirelink/proxy/proxy_routes.h"
 #include "standins/wirelink/proxy/system_proxy.h"
 #include "standins/wirelink/wirelink.h"
-#include "support/held_call.h"
 
 namespace orrery::wirelink {
 namespace {
-
-class Observer final : public IProxyUsedObserver {
-  public:
-    explicit Observer(std::function<void(IProxySetting*)> onCall) : onCall(std::move(onCall)) {}
-    void OnProxyUsed(IProxySetting* proxy) override { onCall(proxy); }
-
-  private:
-    const std::function<void(IProxySetting*)> onCall;
-};
-
-TEST(ProxyNotifierTest, RemovalWaitsForTheCallInFlight) {
-    test::HeldCall call;
-    Observer observer([&](IProxySetting*) { call.Stay(); });
-    ProxyNotifier notifier;
-    notifier.SetObserver(&observer);
-    notifier.Report(nullptr);
-    notifier.Report(nullptr);
-    EXPECT_TRUE(call.IsAwaitedBy([&] { notifier.SetObserver(nullptr); }));
-}
 
 TEST(ProxyListTest, KeepsWhatIsAddedInItsOrder) {
     Wirelink wirelink;
