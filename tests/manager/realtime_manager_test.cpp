@@ -235,13 +235,13 @@ TEST_F(RealtimeManagerTest, AConnectionThatOvertakesTheEndIsFollowedByItsBind) {
 TEST_F(RealtimeManagerTest, WithoutDescriptorsOrThreadsItTellsAndStartsLater) {
     dispatcher.RaiseEventText(u"{}", EventOrigin::Remote);
     Events(1);
-    const auto refusedFor = [this](const auto&, const char* line) {
+    const auto expectRefusal = [this](const char* line) {
         EXPECT_FALSE(manager->Start());
         EXPECT_THAT(environment.tracebox.Take(), ElementsAre(line));
         EXPECT_THAT(Events(), ElementsAre(bindEvent));
     };
-    refusedFor(NoDescriptors(), "30 Error 8: Creating realtime thread");
-    refusedFor(NoThreads(), "30 Error 11: Creating realtime thread");
+    WithoutDescriptors([&] { expectRefusal("30 Error 8: Creating realtime thread"); });
+    WithoutThreads([&] { expectRefusal("30 Error 11: Creating realtime thread"); });
     StartAndSettle();
     EXPECT_TRUE(manager->IsPushConnected());
 }
