@@ -3,8 +3,8 @@
 #include "events/dispatcher_helper.h"
 #include "events/scheduler_helper.h"
 #include "module/realtime_event_handler.h"
-#include "support/fake_wirelink.h"
 #include "support/test_clock.h"
+#include "support/test_environment.h"
 #include "support/web_socket_server.h"
 
 namespace orrery::test {

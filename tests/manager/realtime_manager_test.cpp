@@ -84,7 +84,7 @@ TEST_F(RealtimeManagerTest, FollowsStartStopAndTheSwitch) {
     EXPECT_THAT(server.Take(), Contains("wss://hub/p by proxies"));
     manager->Stop(true);
     EXPECT_FALSE(manager->IsPushConnected());
-    EXPECT_EQ(config.Subscriptions(), 0U);
+    EXPECT_EQ(config.subscriptions, 0U);
     EXPECT_THAT(Events(), IsEmpty());
     ASSERT_TRUE(manager->Start());
     EXPECT_THAT(Events(2), ElementsAre(bindEvent, connectivityEvent));
