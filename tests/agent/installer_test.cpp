@@ -79,11 +79,11 @@ TEST_F(InstallerTest, SettingsChangeOnlyAsTold) {
     const auto notification = store.Value(u"Register.Notification.NotificationId");
     EXPECT_NE(store.Value(u"Register.Register.DeviceId"), notification);
     EXPECT_EQ(store.Value(u"Realtime.Client.ValidateCertificates"), u"0");
-    const uint32_t writes = store.Writes();
+    const uint32_t writes = store.writes;
     ASSERT_TRUE(Apply({}) && Apply({.server = "wss://hub:1/commandhub", .device = {}, .site = "s"}));
-    EXPECT_EQ(store.Writes(), writes);
+    EXPECT_EQ(store.writes, writes);
     ASSERT_TRUE(Apply({.server = {}, .device = "d", .site = {}}));
-    EXPECT_EQ(store.Writes(), writes + 4);  // the id itself, and where it signs and asks
+    EXPECT_EQ(store.writes, writes + 4);  // the id itself, and where it signs and asks
     EXPECT_EQ(store.Value(u"Register.Notification.NotificationId"), notification);
     store.Set(u"Services.Defaults.Hostname", u"elsewhere");
     ASSERT_TRUE(Apply({.server = {}, .device = "e", .site = {}}));

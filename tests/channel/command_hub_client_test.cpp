@@ -82,12 +82,9 @@ TEST_F(CommandHubClientTest, AfterAFailureOrALossItCanConnectAgain) {
     EXPECT_EQ(client->GetState(), Client::Closed);
     EXPECT_FALSE(client->IsConnected()) << "nobody would try again";
     server.takes = true;
-    {
-        const NoThreads none;
-        EXPECT_FALSE(client->Connect()) << "nothing would keep it alive";
-        EXPECT_FALSE(client->IsConnected());
-        EXPECT_EQ(client->GetState(), Client::Closed);
-    }
+    WithoutThreads([this] { EXPECT_FALSE(client->Connect()) << "nothing would keep it alive"; });
+    EXPECT_FALSE(client->IsConnected());
+    EXPECT_EQ(client->GetState(), Client::Closed);
     server.onSend = [this] { std::thread([this] { server.Lose(); }).join(); };
     EXPECT_FALSE(client->Connect()) << "lost while Connect runs: it cleans up";
     EXPECT_EQ(client->GetState(), Client::Closed);

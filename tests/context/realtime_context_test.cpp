@@ -1,21 +1,17 @@
 #include "context/realtime_context.h"
 
-#include <gtest/gtest.h>
-
 #include "context/context_ref.h"
 #include "events/dispatcher_helper.h"
-#include "standins/wirelink/proxy/proxy_setting.h"
 #include "support/test_environment.h"
 
 namespace orrery::test {
 namespace {
 
-TEST(RealtimeContext, AnotherProxyThanTheStoredOneAsksForAConnectivityTest) {
-    TestEnvironment& environment = TestEnvironment::Get();
-    environment.Reset();
+using RealtimeContext = EnvironmentTest;
+
+TEST_F(RealtimeContext, AnotherProxyThanTheStoredOneAsksForAConnectivityTest) {
     CDispatcherHelper dispatcher;
-    auto* const context = new CRealtimeContext(&environment.tracebox, &dispatcher);
-    const ContextRef ref(context);
+    const ContextRef context(new CRealtimeContext(&environment.tracebox, &dispatcher));
     const char16_t* const storedOne = uR"({"Mode":1,"ProxyList":"one:1"})";
     wirelink::ProxySetting one({.mode = ProxyExplicit, .proxyList = u"one:1"});
     const struct {
@@ -27,9 +23,9 @@ TEST(RealtimeContext, AnotherProxyThanTheStoredOneAsksForAConnectivityTest) {
                  {"none any more", storedOne, nullptr, 1},
                  {"still the same", storedOne, &one, 0}};
     for (const auto& [what, stored, used, events] : cases) {
-        environment.config.Set(u"Proxy.Default.LastProxyConfigUsed", stored);
-        context->OnProxyUsed(used);
-        const std::vector<RecordingEventgate::Event> expected(events, {R"({"ConnectivityTest":{}})", true});
+        config.Set(u"Proxy.Default.LastProxyConfigUsed", stored);
+        environment.wirelink.observer.load()->OnProxyUsed(used);
+        const std::vector<RaisedEvent> expected(events, {R"({"ConnectivityTest":{}})", true});
         EXPECT_EQ(environment.eventgate.Take(), expected) << what;
     }
 }

@@ -4,7 +4,6 @@
 #include "events/event_scheduler.h"
 #include "events/scheduler_helper.h"
 #include "platform/error_codes.h"
-#include "support/failing_memory.h"
 #include "support/test_environment.h"
 
 namespace orrery::test {
@@ -12,11 +11,9 @@ namespace {
 
 using testing::HasSubstr;
 
-using Events = std::vector<RecordingEventgate::Event>;
+using Events = std::vector<RaisedEvent>;
 
-struct Dispatch : testing::Test {
-    Dispatch() { environment.Reset(); }
-
+struct Dispatch : EnvironmentTest {
     static CMessageObject Parsed(const std::string& text) {
         CMessageObject object;
         EXPECT_TRUE(object.Parse(text)) << text;
@@ -31,7 +28,6 @@ struct Dispatch : testing::Test {
         EXPECT_TRUE(request.SerializeUtf8(text));
         return WithoutIds(text);
     }
-    TestEnvironment& environment = TestEnvironment::Get();
     CDispatcherHelper dispatcher;
     CSchedulerHelper scheduler{dispatcher};
 };
@@ -48,21 +44,6 @@ TEST_F(Dispatch, FailedLoadIsToldOnce) {
         environment.Replace("Eventgate", "services");
         EXPECT_EQ(failing.RaiseEventText(u"{}", EventOrigin::Local), 0U);
     }
-}
-
-TEST_F(Dispatch, ALoadWithoutMemoryIsTriedAgain) {
-    uint32_t result = 0;
-    bool wasWithout = false;
-    auto fresh = std::make_unique<CDispatcherHelper>();
-    const auto raise = [&] { result = fresh->RaiseEventText(u"{}", EventOrigin::Local); };
-    FailEachAllocation(raise, [&](bool) {
-        wasWithout |= result == NotEnoughMemory;
-        if (result == NotEnoughMemory) raise();
-        EXPECT_TRUE(result != 0 || environment.eventgate.uses == 1);
-        fresh = std::make_unique<CDispatcherHelper>();
-        EXPECT_EQ(environment.eventgate.uses, 0);
-    });
-    EXPECT_TRUE(wasWithout);
 }
 
 TEST_F(Dispatch, AListEndsAtItsFirstFailureAndAnArrayGoesOutAsOne) {
@@ -156,7 +137,7 @@ TEST_F(Dispatch, ATaskSaysWhenAndHowOftenItRuns) {
 }
 
 TEST_F(Dispatch, TasksAreNamedInWhatIsAskedOfThem) {
-    environment.config.Set(u"Scheduler.Tasks.there", u"{}");
+    config.Set(u"Scheduler.Tasks.there", u"{}");
     environment.eventgate.Answer({31, 32, 33});
     EXPECT_EQ(scheduler.RemoveTask(u"there"), 31U);
     EXPECT_EQ(scheduler.EnableTask(u"any"), 32U);
@@ -178,9 +159,9 @@ TEST_F(Dispatch, RetryIsFoundByTheEventApartFromItsStamps) {
         0U);
     EXPECT_NE(hash, other);
     const WideString task = u"Scheduler.Tasks.Retry Work " + hash;
-    environment.config.Set(task, u"no document");
+    config.Set(task, u"no document");
     EXPECT_EQ(scheduler.RemoveRetry(plain), 0U);
-    environment.config.Set(task, u"[]");
+    config.Set(task, u"[]");
     const auto stamped =
         Parsed(R"({"EventId":"x","Work":{"EventSource":"s","a":{"EventId":"kept"},"EventId":"y"}})");
     EXPECT_EQ(scheduler.RemoveRetry(stamped) + scheduler.ScheduleEvent(Parsed("{}"), 0, u"s"), 0U);

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <array>
 
 #include "events/dispatcher_helper.h"
@@ -11,7 +9,7 @@
 namespace orrery::test {
 namespace {
 
-using Events = std::vector<RecordingEventgate::Event>;
+using Events = std::vector<RaisedEvent>;
 using Lines = std::vector<std::string>;
 
 // What one run does.
@@ -45,27 +43,26 @@ struct ScriptedHandler final : CEventHandler {
     const Script& script;
 };
 
-struct Execution : testing::Test {
+struct Execution : EnvironmentTest {
     Execution() {
-        environment.Reset();
         registry.AddEventHandler(
             u"Work", std::make_unique<ScriptedHandler>(&environment.tracebox, &scheduler, script, event));
         event.AddObject(u"Work", true);
-        store.Set(u"Scheduler.Tasks." + ToWide(retryId), u"{}");
-        store.Set(u"Events.Defaults.AllowExecutionsAfter", u"100");
-        store.Set(u"Events.Work.MaxErrors", u"3");
-        store.Set(u"Events.Work.RetryDelay", u"2m");
+        config.Set(u"Scheduler.Tasks." + ToWide(retryId), u"{}");
+        config.Set(u"Events.Defaults.AllowExecutionsAfter", u"100");
+        config.Set(u"Events.Work.MaxErrors", u"3");
+        config.Set(u"Events.Work.RetryDelay", u"2m");
         SetErrors(u"2");
     }
 
     void SetErrors(const WideString& count) {
-        store.Set(u"Events.Work.LastErrorTime", u"1000");
-        store.Set(u"Events.Work.ErrorCount", count);
-        store.Set(u"Events.Work.LastError", u"1056");
+        config.Set(u"Events.Work.LastErrorTime", u"1000");
+        config.Set(u"Events.Work.ErrorCount", count);
+        config.Set(u"Events.Work.LastError", u"1056");
     }
     ErrorState Errors() const {
         const auto number = [this](const char16_t* key) {
-            const auto text = store.Value(key);
+            const auto text = config.Value(key);
             return text ? std::stol(ToUtf8(*text)) : 0;
         };
         return {number(u"Events.Work.ErrorCount"), number(u"Events.Work.LastErrorTime"),
@@ -93,8 +90,6 @@ struct Execution : testing::Test {
          false}};
     const Events registration{{R"("EVENT_REGISTER_PERFORM":{"EventSource":"Test::Work"})", true}};
 
-    TestEnvironment& environment = TestEnvironment::Get();
-    FakeConfigUtil& store = environment.config;
     TestClock clock{1010};
     Script script;
     CMessageObject event;
@@ -167,19 +162,19 @@ TEST_F(Execution, TooManyErrorsRefuseUntilTheyAreForgiven) {
 TEST_F(Execution, SettingsAreAChain) {
     const std::pair<const char16_t*, bool> needs[] = {{u"01", false}, {u"TRUE", true}, {u"1", true}};
     for (const auto& [text, needed] : needs) {
-        store.Set(u"Events.Work.NeedRegister", text);
+        config.Set(u"Events.Work.NeedRegister", text);
         EXPECT_EQ(Execute(), needed ? uint32_t{DeviceNotRegistered} : 0U) << ToUtf8(text);
     }
     EXPECT_EQ(Errors(), ErrorState{}) << "what didn't run didn't fail";
-    store.DeleteValue(u"Events.Defaults.AllowExecutionsAfter");
+    config.DeleteValue(u"Events.Defaults.AllowExecutionsAfter");
     EXPECT_EQ(Execute(), 0U) << "the later ones aren't read";
-    EXPECT_EQ(CEventExecution(&store, u"Work").allowExecutionsAfter, 3600U);
+    EXPECT_EQ(CEventExecution(&config, u"Work").allowExecutionsAfter, 3600U);
 }
 
 TEST_F(Execution, TheErrorStateMayBeAtTheEdgesOfItsTypes) {
-    store.Set(u"Events.Work.LastErrorTime", u"9223372036854775807");
+    config.Set(u"Events.Work.LastErrorTime", u"9223372036854775807");
     {
-        CEventExecution execution(&store, u"Work");
+        CEventExecution execution(&config, u"Work");
         EXPECT_EQ(execution.GetRemainingSeconds(), 4294967295U);
         execution.lastError = DeviceNotRegistered;
     }

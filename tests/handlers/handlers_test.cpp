@@ -3,8 +3,8 @@
 #include "events/dispatcher_helper.h"
 #include "events/scheduler_helper.h"
 #include "module/realtime_event_handler.h"
-#include "support/fake_wirelink.h"
 #include "support/test_clock.h"
+#include "support/test_environment.h"
 #include "support/web_socket_server.h"
 
 namespace orrery::test {
@@ -43,7 +43,7 @@ struct Handlers : WirelinkTest {
     ContextRef context = registry.GetContext();
 };
 
-TEST_F(Handlers, ABindIsToldOnceAndKeptIfAccepted) {
+TEST_F(Handlers, ABindOfAKnownDeviceIsToldOnceAndKeptIfAccepted) {
     const char* const force = R"({"DeviceBind":{"Force":true}})";
     const char16_t* const otherOrder = uR"({"RecipientId":"n","NotificationProvider":2})";
     const struct {
@@ -53,14 +53,19 @@ TEST_F(Handlers, ABindIsToldOnceAndKeptIfAccepted) {
         int calls;
         const char16_t* toldThen;
         size_t retries;
+        const char16_t *deviceId = u"device", *notificationId = u"n";
     } cases[] = {{u"", R"({"DeviceBind":{}})", 0, 200, 1, toDmp, 0},
                  {toDmp, R"({"DeviceBind":{"Force":"true"}})", 0, 200, 0, toDmp, 0},
                  {toDmp, force, 0, 200, 1, toDmp, 0},
                  {otherOrder, "{}", 0, 299, 1, toDmp, 0},
                  {u"{", "{}", 0, 304, 1, toDmp, 1},
                  {u"{", "{}", 0, 403, 1, u"{", 1},
-                 {u"{", "{}", 12029, 200, 1, u"{", 1}};
+                 {u"{", "{}", 12029, 200, 1, u"{", 1},
+                 {toDmp, force, 0, 200, 0, toDmp, 0, u""},
+                 {toDmp, force, 0, 200, 0, toDmp, 0, u"device", u""}};
     for (const auto& one : cases) {
+        config.Set(u"Register.Register.DeviceId", one.deviceId);
+        config.Set(u"Register.Notification.NotificationId", one.notificationId);
         config.Set(lastKey, one.toldBefore);
         wire.knobs.sendResult = one.sendResult;
         wire.knobs.reply.status = one.status;
@@ -68,16 +73,6 @@ TEST_F(Handlers, ABindIsToldOnceAndKeptIfAccepted) {
         EXPECT_EQ(Calls("send"), one.calls);
         EXPECT_EQ(config.Value(lastKey), one.toldThen);
         EXPECT_EQ(environment.eventgate.Take().size(), one.retries);
-    }
-}
-
-TEST_F(Handlers, WithoutIdsThereIsNoBind) {
-    for (const char16_t* id : {u"Register.Notification.NotificationId", u"Register.Register.DeviceId"}) {
-        const WideString value = *config.Value(id);
-        config.Set(id, u"");
-        EXPECT_EQ(Execute(u"DeviceBind", R"({"DeviceBind":{"Force":true}})"), 0U);
-        EXPECT_EQ(Calls("send"), 0) << ToUtf8(id);
-        config.Set(id, value);
     }
 }
 

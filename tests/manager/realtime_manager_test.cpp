@@ -98,7 +98,7 @@ TEST_F(RealtimeManagerTest, FollowsStartStopAndTheSwitch) {
     EXPECT_THAT(server.Take(), Contains("wss://hub/p by proxies"));
     manager->Stop(true);
     EXPECT_FALSE(manager->IsPushConnected());
-    EXPECT_EQ(config.Subscriptions(), 0U);
+    EXPECT_EQ(config.subscriptions, 0U);
     EXPECT_THAT(Events(), IsEmpty());
     ASSERT_TRUE(manager->Start());
     EXPECT_THAT(Events(2), ElementsAre(bindEvent, connectivityEvent));
@@ -258,13 +258,13 @@ TEST_F(RealtimeManagerTest, AConnectionThatOvertakesTheEndIsFollowedByItsBind) {
 TEST_F(RealtimeManagerTest, WithoutDescriptorsOrThreadsItTellsAndStartsLater) {
     dispatcher.RaiseEventText(u"{}", EventOrigin::Remote);
     Events(1);
-    const auto refusedFor = [this](const auto&, const char* line) {
+    const auto expectRefusal = [this](const char* line) {
         EXPECT_FALSE(manager->Start());
         EXPECT_THAT(environment.tracebox.Take(), ElementsAre(line));
         EXPECT_THAT(Events(), ElementsAre(bindEvent));
     };
-    refusedFor(NoDescriptors(), "30 Error 8: Creating realtime thread");
-    refusedFor(NoThreads(), "30 Error 11: Creating realtime thread");
+    WithoutDescriptors([&] { expectRefusal("30 Error 8: Creating realtime thread"); });
+    WithoutThreads([&] { expectRefusal("30 Error 11: Creating realtime thread"); });
     StartAndSettle();
     EXPECT_TRUE(manager->IsPushConnected());
 }

@@ -5,8 +5,8 @@
 #include "messaging/web_api_request.h"
 #include "messaging/web_api_response.h"
 #include "messaging/wirelink_request_dispatcher.h"
-#include "support/fake_wirelink.h"
 #include "support/test_clock.h"
+#include "support/test_environment.h"
 
 namespace orrery::test {
 namespace {

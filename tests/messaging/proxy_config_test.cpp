@@ -4,7 +4,7 @@
 
 #include "foundation/cypher/aes_cypher.h"
 #include "platform/text.h"
-#include "support/fake_wirelink.h"
+#include "support/test_environment.h"
 
 namespace orrery::test {
 namespace {
@@ -15,10 +15,6 @@ constexpr char16_t usedKey[] = u"Proxy.Default.LastProxyConfigUsed";
 struct Proxies : WirelinkTest {
     void SetConfigured(const WideString& members) {
         config.Set(listKey, u"{\"ProxyConfig\":[" + members + u"]}");
-    }
-    std::string ListNow() {
-        CProxyConfig proxies(&config, &wire.Transport());
-        return Describe(*proxies.GetProxyList());
     }
 };
 
@@ -47,9 +43,9 @@ TEST_F(Proxies, TheLastUsedComesFirstAndDirectIfNothingElse) {
     for (const auto& [configured, lastUsed, list, explicitProxy, wpadProxy] : cases) {
         SetConfigured(configured);
         config.Set(usedKey, lastUsed);
-        CProxyConfig proxies(&config, &wire.Transport());
+        CProxyConfig proxies(&config, &wire);
         EXPECT_TRUE(proxies.IsValid());
-        if (lastUsed.size() > 1) --wire.held;  // the list's now
+        if (lastUsed.size() > 1) --wire.uses;  // the list's now
         EXPECT_EQ(Describe(*proxies.GetProxyList()), list);
         EXPECT_EQ(Describe(proxies.GetExplicitProxy()), explicitProxy);
         EXPECT_EQ(Describe(proxies.GetWpadProxy()), wpadProxy);
@@ -58,11 +54,11 @@ TEST_F(Proxies, TheLastUsedComesFirstAndDirectIfNothingElse) {
 }
 
 TEST_F(Proxies, WithoutStoreTransportOrListThereAreNone) {
-    CProxyConfig noStore(nullptr, &wire.Transport()), noTransport(&config, nullptr);
+    CProxyConfig noStore(nullptr, &wire), noTransport(&config, nullptr);
     for (CProxyConfig* proxies : {&noStore, &noTransport})
         EXPECT_FALSE(proxies->IsValid() || proxies->GetUsedProxy(false));
     wire.knobs.makesOthers = false;
-    CProxyConfig noList(&config, &wire.Transport());
+    CProxyConfig noList(&config, &wire);
     EXPECT_FALSE(noList.IsValid() || noList.GetProxyList());
 }
 
@@ -73,14 +69,15 @@ TEST_F(Proxies, AnEncipheredListIsRead) {
     altered[altered.size() - 8] ^= 1;
     for (const auto& text : {sealed, altered, sealed.substr(4), sealed.substr(0, 64)}) {
         config.Set(listKey, ToWide(text));
-        EXPECT_EQ(ListNow(), text == sealed ? "direct" : "direct fallback");
+        EXPECT_EQ(Describe(*CProxyConfig(&config, &wire).GetProxyList()),
+                  text == sealed ? "direct" : "direct fallback");
     }
 }
 
 TEST_F(Proxies, TheUsedProxyIsStoredOnlyWhenItChanged) {
     config.Set(u"Proxy.Device.DefaultPort", u"8080");
     SetConfigured(uR"({"source":"explicit","proxyList":"p","user":"u","password":"w","DeviceId":"d"})");
-    CProxyConfig proxies(&config, &wire.Transport());
+    CProxyConfig proxies(&config, &wire);
     const IProxySetting* const used = proxies.GetExplicitProxy();
     EXPECT_TRUE(proxies.SetUsedProxy(used, false));
     const WideString stored =
@@ -92,7 +89,7 @@ TEST_F(Proxies, TheUsedProxyIsStoredOnlyWhenItChanged) {
     EXPECT_EQ(Describe(proxies.GetUsedProxy(true)), "explicit p:8080 u w");
     config.Set(usedKey, uR"({"Mode":1,"ProxyList":"p:8080","Username":"u","Password":"w","Fallback":true})");
     EXPECT_TRUE(proxies.SetUsedProxy(used, false));
-    config.FailWrites(1);
+    config.failsNextWrite = true;
     EXPECT_FALSE(proxies.SetUsedProxy(nullptr, false));
     EXPECT_TRUE(proxies.SetUsedProxy(nullptr, false));
     EXPECT_EQ(config.Value(usedKey), std::nullopt);

@@ -2,7 +2,7 @@
 
 #include "messaging/authorization.h"
 #include "messaging/message_dispatcher.h"
-#include "support/fake_wirelink.h"
+#include "support/test_environment.h"
 
 namespace orrery::test {
 namespace {

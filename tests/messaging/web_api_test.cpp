@@ -12,10 +12,7 @@ namespace {
 using testing::ElementsAre;
 using testing::Pair;
 
-struct WebApi : testing::Test {
-    WebApi() { environment.Reset(); }
-    TestEnvironment& environment = TestEnvironment::Get();
-    FakeConfigUtil& config = environment.config;
+struct WebApi : EnvironmentTest {
     TestClock clock;  // 2023-11-14 22:13:20 UTC
 };
 
@@ -97,7 +94,7 @@ TEST_F(WebApi, ErrorRepliesHaveTheirActionsRun) {
         const CResponseEnvelope& envelope = *reply.GetEnvelope();
         EXPECT_EQ(envelope.code + envelope.message, isEnvelope ? u"cm" : u"");
         EXPECT_EQ(envelope.serverTime, isEnvelope ? -12 : 0);
-        const std::vector<RecordingEventgate::Event> events = environment.eventgate.Take();
+        const std::vector<RaisedEvent> events = environment.eventgate.Take();
         EXPECT_EQ(events.size(), raised);
         EXPECT_TRUE(events.empty() || !events[0].second) << "as a remote one";
     }

@@ -8,8 +8,7 @@
 #include "platform/error_codes.h"
 #include "platform/files.h"
 #include "platform/library.h"
-#include "support/failing_memory.h"
-#include "support/fake_wirelink.h"
+#include "support/test_environment.h"
 
 namespace orrery::test {
 namespace {
@@ -22,8 +21,8 @@ struct Plugin : WirelinkTest {
     }
     ~Plugin() override { ExpectNothingHeld(); }
     void ExpectNothingHeld() const {
-        EXPECT_EQ(environment.tracebox.uses + environment.eventgate.uses + wire.held, 0);
-        EXPECT_EQ(config.Subscriptions(), 0U);
+        EXPECT_EQ(environment.tracebox.uses + environment.eventgate.uses + wire.uses, 0);
+        EXPECT_EQ(config.subscriptions, 0U);
         EXPECT_EQ(wire.observer, nullptr);
     }
 
@@ -37,7 +36,7 @@ struct Plugin : WirelinkTest {
     }
     // The manager listens to four sections of the store exactly while it is started, the two clients of the
     // polled provider to one each as long as they live.
-    bool IsStarted() const { return config.Subscriptions() > 2; }
+    bool IsStarted() const { return config.subscriptions > 2; }
 
     GetIPluginFunction get = nullptr;
     FreeIPluginFunction release = nullptr;
@@ -121,12 +120,12 @@ TEST_F(Plugin, ARunningEventKeepsWhatItNeedsAfterTheLastFree) {
 }
 
 TEST_F(Plugin, WithoutTransportOrAfterTheStopEventsHaveNothingToDo) {
-    for (const bool hasTransport : {false, true}) {
-        wire.knobs.isThere = hasTransport;
+    for (const char* transport : {"null_objects", "services"}) {
+        environment.Replace("Utils/Wirelink", transport);
         IPluginV1* const container = get();
         IPluginInterface* const plugin = Interface(container);
         EXPECT_EQ(plugin->Start(), 0U);
-        if (hasTransport) plugin->Stop();
+        if (transport == std::string("services")) plugin->Stop();
         for (const char16_t* event :
              {u"DeviceBind", u"NotificationCheck", u"RealtimeClear", u"RealtimeEnable", u"RealtimeDisable"})
             EXPECT_EQ(Execute(plugin, event), 0U) << ToUtf8(event);
@@ -136,32 +135,6 @@ TEST_F(Plugin, WithoutTransportOrAfterTheStopEventsHaveNothingToDo) {
         plugin->Release();
         release(container);
     }
-}
-
-TEST_F(Plugin, WithoutMemoryNothingStaysAndStartTellsNothing) {
-    IPluginV1* container = nullptr;
-    bool wasWithoutLog = false;
-    FailEachAllocation([&] { container = get(); },
-                       [&](bool threw) {
-                           EXPECT_FALSE(threw && container);
-                           wasWithoutLog |= container && environment.tracebox.uses == 0;
-                           if (container) release(std::exchange(container, nullptr));
-                           ExpectNothingHeld();
-                       });
-    EXPECT_TRUE(wasWithoutLog) << "that is no reason to give up";
-    container = get();
-    const WideString guid = container->GetPluginGuid();
-    IPluginInterface* plugin = nullptr;
-    const auto start = [&] {
-        EXPECT_EQ(container->QueryInterface(guid, &plugin), 0U);
-        if (plugin) plugin->GetEventHandlerString();
-        EXPECT_EQ(plugin ? plugin->Start() : 0U, 0U);
-    };
-    FailEachAllocation(start, [&](bool threw) {
-        EXPECT_FALSE(threw);
-        if (plugin) Execute(plugin, u"RealtimeDisable"), plugin->Release();
-    });
-    release(container);
 }
 
 TEST_F(Plugin, ItsObjectActsOnWhatIsThereAndOutlivesIt) {

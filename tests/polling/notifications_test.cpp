@@ -2,7 +2,7 @@
 
 #include "platform/text.h"
 #include "polling/dmp_notifications_manager.h"
-#include "support/fake_wirelink.h"
+#include "support/test_environment.h"
 
 namespace orrery::test {
 namespace {
@@ -49,13 +49,13 @@ TEST_F(Notifications, TheTagGoesFromPollToPoll) {
         EXPECT_EQ(calls, expected);
         EXPECT_EQ(config.Value(checkTag), tag);
     }
-    const uint32_t writes = config.Writes();
+    const uint32_t writes = config.writes;
     for (const size_t length : {300U, 600U}) {
         config.Set(checkTag, WideString(length, u't'));
         Poll({{true, 304}});
         EXPECT_EQ(calls, Calls{"get n [" + std::string(length == 300 ? 255 : 0, 't') + "]"});
     }
-    EXPECT_EQ(config.Writes(), writes + 1) << "of the tag that was cut";
+    EXPECT_EQ(config.writes, writes + 1) << "of the tag that was cut";
 }
 
 TEST_F(Notifications, AServiceBelongsToOneDeviceAndOneId) {
@@ -91,7 +91,7 @@ TEST_F(Notifications, APollUnderWayIsWaitedFor) {
             waiting.get();
         }
     }
-    EXPECT_EQ(config.Subscriptions(), 2U) << "those of the manager that is left";
+    EXPECT_EQ(config.subscriptions, 2U) << "those of the manager that is left";
 }
 
 }  // namespace

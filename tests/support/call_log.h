@@ -23,28 +23,31 @@ bool Eventually(Condition&& condition) {
     return true;
 }
 
-class CallLog {
+template <class Entry>
+class Log {
   public:
-    void Note(const std::string& what) {
+    void Note(const Entry& what) {
         MutexLock hold(lock);
         entries.push_back(what);
     }
     // The entries since the last call; with `awaited`, once that is among them.
-    std::vector<std::string> Take(const std::string& awaited) {
+    std::vector<Entry> Take(const Entry& awaited) {
         Eventually([&] {
             MutexLock hold(lock);
-            return std::count(entries.begin(), entries.end(), awaited) > 0;
+            return std::ranges::count(entries, awaited) > 0;
         });
         return Take();
     }
-    std::vector<std::string> Take() {
+    std::vector<Entry> Take() {
         MutexLock hold(lock);
         return std::exchange(entries, {});
     }
 
   private:
     Mutex lock;
-    std::vector<std::string> entries GUARDED_BY(lock);
+    std::vector<Entry> entries GUARDED_BY(lock);
 };
+
+using CallLog = Log<std::string>;
 
 }  // namespace orrery::test

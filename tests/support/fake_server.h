@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <memory>
-#include <stdexcept>
 
 #include "manager/push_chain_factory.h"
 #include "platform/text.h"
@@ -14,15 +13,12 @@ namespace orrery::test {
 
 class FakeServer final : public IPushChainFactory, public CallLog {
   public:
-    std::atomic<bool> accepts{true};     // connections
-    std::atomic<bool> takes{true};       // frames
-    std::atomic<bool> blocked{false};    // attempts don't return
-    std::atomic<bool> hasChannel{true};  // else its maker throws
-    std::atomic<bool> hasService{true};  // else its maker gives null
+    std::atomic<bool> accepts{true};   // connections
+    std::atomic<bool> takes{true};     // frames
+    std::atomic<bool> blocked{false};  // attempts don't return
     std::atomic<bool> watches{true};
     std::atomic<int> attempts{0};
     std::atomic<int> polls{0};  // of the channel's state
-    std::atomic<int> watcherStarts{0};
     std::function<void()> onSend;
     // What the channel and the watcher were told to call.
     ConnectHandler connectHandler;
@@ -37,12 +33,11 @@ class FakeServer final : public IPushChainFactory, public CallLog {
 
     std::unique_ptr<IPushChannel> MakeChannel(const WideString& uri, IProxyList* proxies) override {
         Note(ToUtf8(uri) + (proxies ? " by proxies" : ""));
-        if (!hasChannel) throw std::invalid_argument("no channel");
         return std::make_unique<Channel>(*this);
     }
     std::unique_ptr<IPushService> MakeService(const WideString& id, IPushChannel* channel,
                                               ConfigUtil* config) override {
-        return hasService ? RealPushChain().MakeService(id, channel, config) : nullptr;
+        return RealPushChain().MakeService(id, channel, config);
     }
     std::unique_ptr<IPushManager> MakeManager(IPushService* service, ConfigUtil* config,
                                               IDispatcherHelper* dispatcher) override {
@@ -89,7 +84,6 @@ class FakeServer final : public IPushChainFactory, public CallLog {
     struct Watcher final : IConnectionWatcher {
         explicit Watcher(FakeServer& server) : server(server) {}
         bool Start(ConnectionChangeCallback callback) override {
-            ++server.watcherStarts;
             if (server.watches) server.onChange = std::move(callback);
             return server.watches;
         }

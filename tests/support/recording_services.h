@@ -4,54 +4,60 @@
 
 #include <atomic>
 #include <deque>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "contracts/eventgate.h"
-#include "contracts/tracebox.h"
-#include "platform/mutex.h"
+#include "platform/text.h"
+#include "standins/tracebox/log_line.h"
+#include "support/call_log.h"
 
 namespace orrery::test {
 
 // With "{id}" in place of every id that was made for it.
-std::string WithoutIds(std::string text);
+inline std::string WithoutIds(std::string text) {
+    constexpr size_t digits = 36;
+    for (size_t at = text.find('{'); at != text.npos; at = text.find('{', at + 1)) {
+        const size_t end = text.find_first_not_of("0123456789abcdef-", at + 1);
+        if (end == at + 1 + digits && text[end] == '}') text.replace(at + 1, digits, "id");
+    }
+    return text;
+}
 
-class RecordingEventgate final : public IEventgate {
+using RaisedEvent = std::pair<std::string, bool>;  // text in UTF-8, and the flag
+
+class RecordingEventgate final : public IEventgate, public Log<RaisedEvent> {
   public:
-    using Event = std::pair<std::string, bool>;  // text in UTF-8, and the flag
-
-    // What has been raised since the last call.
-    std::vector<Event> Take();
-    // Waits until `count` events are there to take; false if they don't come within 10 seconds.
-    bool WaitFor(size_t count);
     // Results of the next raisings; then 0 again. The text is written down whatever the result.
-    void Answer(std::deque<uint32_t> results);
+    void Answer(std::deque<uint32_t> results) {
+        MutexLock lock(mutex);
+        answers = std::move(results);
+    }
 
     void SetReceiver(IEventReceiver*) override {}
-    uint32_t Dispatch(const WideString& text, bool flag) override;
+    uint32_t Dispatch(const WideString& text, bool flag) override {
+        Note({ToUtf8(text), flag});
+        MutexLock lock(mutex);
+        if (answers.empty()) return 0;
+        const uint32_t answer = answers.front();
+        answers.pop_front();
+        return answer;
+    }
 
     std::atomic<int> uses{0};  // objects given out and not given back
 
   private:
     Mutex mutex;
-    ConditionVariable raised;
-    std::vector<Event> events GUARDED_BY(mutex);
     std::deque<uint32_t> answers GUARDED_BY(mutex);
 };
 
-class RecordingTracebox final : public ITracebox {
+// Lines are "level message", in UTF-8.
+class RecordingTracebox final : public ITracebox, public Log<std::string> {
   public:
-    // The lines since the last call: "level message", in UTF-8.
-    std::vector<std::string> Take();
-
-    void LogArguments(int32_t level, const char* format, const LogArgument* arguments, size_t count) override;
+    void LogArguments(int32_t level, const char* format, const LogArgument* arguments,
+                      size_t count) override {
+        Note(std::to_string(level) + " " + tracebox::FormatLine(format, {arguments, count}));
+    }
 
     std::atomic<int> uses{0};
-
-  private:
-    Mutex mutex;
-    std::vector<std::string> lines GUARDED_BY(mutex);
 };
 
 }  // namespace orrery::test

@@ -4,9 +4,9 @@
 
 #include <atomic>
 #include <chrono>
-#include <thread>
 
 #include "platform/clock.h"
+#include "support/call_log.h"
 
 namespace orrery::test {
 
@@ -17,8 +17,6 @@ class TestClock final : public platform::Clock {
         platform::SetClock(this);
     }
     ~TestClock() override { platform::SetClock(nullptr); }
-    TestClock(const TestClock&) = delete;
-    TestClock& operator=(const TestClock&) = delete;
 
     // Seconds since 1970. The steady clock doesn't notice.
     void SetUtc(int64_t seconds) { system = (seconds + secondsBefore1970) * platform::ticksPerSecond; }
@@ -28,15 +26,12 @@ class TestClock final : public platform::Clock {
         steady += seconds * platform::ticksPerSecond;
     }
 
-    // Advances once a thread waits for a later time than this; false if none does within 10 seconds.
+    // Advances once a thread waits for a later time than this; false if none does.
     bool AdvanceWaiter(int64_t seconds) {
-        const int64_t before = waits;
-        for (int i = 0; i < 10'000; ++i) {
-            // Two questions: the first may have been asked before the last advance.
-            if (waits >= before + 2) return Advance(seconds), true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return false;
+        // Two questions: the first may have been asked before the last advance.
+        const bool waited = Eventually([this, asked = waits + 2] { return waits >= asked; });
+        if (waited) Advance(seconds);
+        return waited;
     }
 
     int64_t SystemTicks() override { return system; }

@@ -100,7 +100,7 @@ TEST_F(WebSocketsClientTest, AReconnectThatFailsLeavesNoConnection) {
     EXPECT_FALSE(client->Send(u"too late"));
     client.reset();
     EXPECT_THAT(log.Take(), ElementsAre("connected", "closed"));
-    EXPECT_THAT(server.closed.Take(), ElementsAre("1000"));
+    EXPECT_THAT(server.closed.Take("1000"), ElementsAre("1000"));
 }
 
 // The library waits 5 seconds for the answer to a close.

@@ -5,9 +5,6 @@ void* GetIEventgate() {
     return nullptr;
 }
 void FreeIEventgate(void**) {}
-void* GetITracebox() {
-    return nullptr;
-}
 void* GetIWirelink() {
     return nullptr;
 }

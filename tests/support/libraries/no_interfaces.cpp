@@ -1,1 +1,0 @@
-// Loads, and offers nothing of what a watcher looks for.
