@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 
 #include "events/dispatcher_helper.h"
-#include "platform/os_version.h"
 #include "support/fake_server.h"
+#include "support/fake_system.h"
 #include "support/scarcity.h"
 #include "support/test_clock.h"
 #include "support/test_environment.h"
@@ -21,19 +21,6 @@ constexpr char connectivityEvent[] = R"({"ConnectivityTest":{}})";
 constexpr char commandsEvent[] = R"({"CheckCommands":{}})";
 constexpr char16_t enabledKey[] = u"Realtime.Notifications.Enabled";
 constexpr char16_t hostKey[] = u"Communications.Method_CommandHub.Hostname";
-
-// Answers nothing that it is asked, as a system would that is older than all that is known.
-struct OldSystem final : platform::OsVersion {
-    OldSystem() { platform::SetOsVersion(this); }
-    ~OldSystem() override { platform::SetOsVersion(nullptr); }
-    bool VerifyVersion(const platform::VersionTest&) override { return false; }
-    uint16_t NativeArchitecture() override { return platform::Amd64; }
-    bool NativeMachine(uint16_t&) override { return false; }
-    bool Metric(int32_t) override { return false; }
-    bool ProductInfo(uint32_t, uint32_t, uint32_t, uint32_t&) override { return false; }
-    bool RegistryText(const WideString&, const WideString&, WideString&) override { return false; }
-    bool RegistryNumber(const WideString&, const WideString&, uint32_t&) override { return false; }
-};
 
 // The clock stands: a wait is over when a test says so. Checks come from the test, as the period of the
 // manager's thread is a day, unless the test shortens it.
@@ -212,7 +199,9 @@ TEST_F(RealtimeManagerTest, WaitsForWhatTheChainNeeds) {
 }
 
 TEST_F(RealtimeManagerTest, AnOldSystemHasNoChannelWhileItIsLookedAt) {
-    const OldSystem system;
+    const Machine old{
+        .major = 5, .minor = 2, .isServer = true, .build = u"3790", .productType = 0, .family = 2};
+    const FakeSystem system(old);
     EXPECT_FALSE(manager->Start());
     EXPECT_THAT(Events(), ElementsAre(bindEvent));
     config.Set(u"Realtime.Notifications.CheckOS", u"0");

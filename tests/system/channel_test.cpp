@@ -1,4 +1,4 @@
-
+// The channel as it is seen from outside: what it carries, how it is lost and how it comes back.
 #include "system/system_test.h"
 
 namespace orrery::system_test {
@@ -8,7 +8,7 @@ using boost::asio::ip::tcp;
 
 const Json clear = {{"RealtimeClear", Json::object()}};
 
-class LossesTest : public SystemTest {
+class ChannelTest : public SystemTest {
   protected:
     // A server that takes connections, for the system completes them, and never says a word.
     void StartAtSilentServer() {
@@ -33,7 +33,7 @@ class LossesTest : public SystemTest {
     tcp::socket caller{context};
 };
 
-TEST_F(LossesTest, ComesBackWhenTheConnectionOrTheHubDies) {
+TEST_F(ChannelTest, ComesBackWhenTheConnectionOrTheHubDies) {
     StartBoth();
     Disconnect("drop");
     ASSERT_TRUE(Registered(2));
@@ -46,7 +46,7 @@ TEST_F(LossesTest, ComesBackWhenTheConnectionOrTheHubDies) {
 }
 
 // Nothing tells the agent that the peer is silent: it takes RealtimeClear to leave it.
-TEST_F(LossesTest, RealtimeClearLeavesAPeerThatHangs) {
+TEST_F(ChannelTest, RealtimeClearLeavesAPeerThatHangs) {
     StartBoth();
     Disconnect("stall");
     EXPECT_EQ(RunAgent({"event", clear.dump()}), std::pair(0, std::string("0\n")));
@@ -54,7 +54,7 @@ TEST_F(LossesTest, RealtimeClearLeavesAPeerThatHangs) {
     ExpectPushArrives();
 }
 
-TEST_F(LossesTest, StopsDuringAnAttemptAtASilentServer) {
+TEST_F(ChannelTest, StopsDuringAnAttemptAtASilentServer) {
     StartAtSilentServer();
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(agent->End(), 0);
@@ -62,7 +62,7 @@ TEST_F(LossesTest, StopsDuringAnAttemptAtASilentServer) {
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(35));
 }
 
-TEST_F(LossesTest, AServerThatIsSetDuringAnAttemptIsGoneTo) {
+TEST_F(ChannelTest, AServerThatIsSetDuringAnAttemptIsGoneTo) {
     StartHub();
     StartAtSilentServer();
     for (const std::string method : {"Bind", "CommandHub"})  // the bind first: it follows the connect
@@ -71,7 +71,7 @@ TEST_F(LossesTest, AServerThatIsSetDuringAnAttemptIsGoneTo) {
     ExpectPushArrives();
 }
 
-TEST_F(LossesTest, TwoHundredReconnectsLeaveNothingBehind) {
+TEST_F(ChannelTest, TwoHundredReconnectsLeaveNothingBehind) {
     StartBoth();
     [[maybe_unused]] size_t threads = 0, memory = 0;
     std::ptrdiff_t descriptors = 0;
@@ -89,6 +89,68 @@ TEST_F(LossesTest, TwoHundredReconnectsLeaveNothingBehind) {
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     EXPECT_LE(Figure("VmRSS:"), memory + 2048);  // kilobytes
 #endif
+}
+
+TEST_F(ChannelTest, TenThousandAreRaisedInTheirOrder) {
+    constexpr int count = 10'000;
+    StartBoth();
+    std::vector<Json> actions;
+    for (int number = 0; number < count; ++number) {
+        actions.push_back({{"Numbered", {{"Number", number}, {"Text", std::string(250, 'x')}}}});
+    }
+    actions.push_back({{"Last", Json::object()}});
+    ASSERT_TRUE(Push(actions));
+    for (int number = 0; number < count; ++number) {
+        const Json line = NextRaised();
+        ASSERT_EQ(line["name"], "Numbered");
+        ASSERT_EQ(Json::parse(line["text"].get<std::string>())["Numbered"]["Number"], number);
+    }
+    EXPECT_EQ(NextRaised()["name"], "Last");
+    EXPECT_TRUE(Registered(1));
+}
+
+// A frame that is no push with a message that can be taken is nothing, and the one behind it is as good as
+// ever.
+TEST_F(ChannelTest, HostileFramesChangeNothing) {
+    StartBoth();
+    const std::string push =
+        R"("Parameters":{"Topic":"D)" + device + R"(","Message":"{\"Actions\":{\"Bad\":{}}}"}})";
+    const std::vector<std::string> frames = {
+        "",
+        std::string(5'000'000, '['),
+        R"({"Type":"100",)" + push,
+        R"({"Type":100,"Parameters":[{"Topic":"a"}]})",
+        R"({"Type":100,"Parameters":{"Topic":1,"Message":{}}})",
+        R"({"Type":100,"Parameters":{"Topic":"D)" + device + R"(","Message":"{\"Actions\":[[],null,7]}"}})"};
+    for (const std::string& frame : frames) SendFrame(frame);
+    SendFrame(R"({"Type":100,)" + push, "binary");
+    ASSERT_TRUE(Push({{{"After", Json::object()}}}));
+    EXPECT_EQ(NextRaised()["name"], "After");
+    EXPECT_TRUE(Registered(1));
+}
+
+TEST_F(ChannelTest, ComesBackFromFramesThatEndTheConnection) {
+    StartBoth();
+    SendFrame("\"\xC3\x28\"");
+    ASSERT_TRUE(Registered(2));
+    SendFrame(std::string(32'000'001, ' '));
+    ASSERT_TRUE(Registered(3));
+    ExpectPushArrives();
+}
+
+TEST_F(ChannelTest, ATraceOfFunctionsHearsThemComeAndGo) {
+    const std::string verboseFunctions = "5,2,";
+    StartHub();
+    Install("ws://" + HubAddress());
+    StartAgent({{"ORRERY_TRACE", verboseFunctions + PathOf("trace")}});
+    ASSERT_TRUE(Registered());
+    for (const std::string function :
+         {"CRealtimeManager::Start", "WebSocketsClient::Connect", "WirelinkRequestDispatcher::Send",
+          "CPluginEventHandlers::ExecuteEventHandler"}) {
+        EXPECT_TRUE(Traced(function + " exit"));
+        const std::string trace = folder.Read("trace");
+        EXPECT_LT(trace.find(function + " enter"), trace.find(function + " exit"));
+    }
 }
 
 }  // namespace
