@@ -82,9 +82,8 @@ bool CRealtimeManager::Start() {
 }
 
 void CRealtimeManager::Observe() {
-    if (observing) return;
+    if (std::exchange(observing, true)) return;  // also if it stays half done
     for (const char16_t* section : subscribed) config->Subscribe(section, this);
-    observing = true;
 }
 
 void CRealtimeManager::StopObserving() {

@@ -198,6 +198,15 @@ TEST_F(RealtimeManagerTest, WaitsForWhatTheChainNeeds) {
     EXPECT_THROW(environment.Replace("Utils/Wirelink", "null_objects"); Make(), std::invalid_argument);
 }
 
+TEST_F(RealtimeManagerTest, AStartWithoutMemoryLeavesNoObserverBehind) {
+    config.onSubscribe = [this] {
+        if (config.subscriptions == 2) throw std::bad_alloc();
+    };
+    EXPECT_THROW(manager->Start(), std::bad_alloc);
+    manager.reset();
+    EXPECT_EQ(config.subscriptions, 0U);
+}
+
 TEST_F(RealtimeManagerTest, AnOldSystemHasNoChannelWhileItIsLookedAt) {
     const Machine old{
         .major = 5, .minor = 2, .isServer = true, .build = u"3790", .productType = 0, .family = 2};

@@ -16,7 +16,8 @@ namespace orrery::test {
 
 class FakeConfigUtil final : public prefstore::ConfigFront {
   public:
-    std::function<void()> onUnsubscribe;  // before each; set while no other thread is here
+    // Before each; set while no other thread is here.
+    std::function<void()> onSubscribe, onUnsubscribe;
     std::atomic<bool> failsNextWrite{false};
     std::atomic<uint32_t> writes{0};         // failed ones and deletions included
     std::atomic<uint32_t> subscriptions{0};  // made and not given up
@@ -36,7 +37,7 @@ class FakeConfigUtil final : public prefstore::ConfigFront {
         settings.clear();
         notifications.Close();
         subscriptions = 0;
-        onUnsubscribe = nullptr;
+        onSubscribe = onUnsubscribe = nullptr;
         failsNextWrite = false;
     }
     // What another process would cause; the settings stay as they are.
@@ -53,6 +54,7 @@ class FakeConfigUtil final : public prefstore::ConfigFront {
         return Success;
     }
     uint32_t Subscribe(const char16_t* section, IConfigChangeObserver* observer) override {
+        if (onSubscribe) onSubscribe();
         const uint32_t result = notifications.Subscribe(section, observer);
         if (result == Success) ++subscriptions;
         return result;
