@@ -42,7 +42,6 @@ TEST(Text, UnpairedSurrogatesBecomeReplacementCharacters) {
 
 TEST(Text, CaseIsThatOfEveryLetter) {
     EXPECT_TRUE(EqualNoCase(u"aZ\u00C4\u0416\u03A9\u1E9E\u2C00", u"Az\u00E4\u0436\u03C9\u00DF\u2C30"));
-    EXPECT_TRUE(EqualNoCase(u"", u""));
     const std::pair<WideView, WideView> others[] = {
         {u"@[`{", u"`{@["}, {u"\u00E4", u"a"}, {u"\u00D7", u"\u00F7"}, {u"a", u"ab"}, {u"K", u"L"},
     };
@@ -53,8 +52,9 @@ TEST(CodePage, WhatItLacksAndMalformedBytesAreReplaced) {
     std::string narrow;
     ASSERT_TRUE(CodePage("ISO-8859-1").FromWide(u"\u00E4\u20AC\U0001F600z\xD83D", narrow));
     EXPECT_EQ(narrow, "\xE4??z?");
-    ASSERT_TRUE(CodePage("ISO-8859-1").FromWide(u"\u20ACab\u00E4\U0001F600\u20ACabcdefg\U0001F600h", narrow));
-    EXPECT_EQ(narrow, "?ab\xE4??abcdefg?h");
+    const WideString euros(100, u'\u20AC');
+    ASSERT_TRUE(CodePage("ISO-8859-1").FromWide(euros + u"ab\u00E4\U0001F600\u20ACabcde\U0001F600h", narrow));
+    EXPECT_EQ(narrow, std::string(100, '?') + "ab\xE4??abcde?h");
     const CodePage page("EUC-JP");
     const WideString text(10'000, u'\u3042');
     WideString wide;
