@@ -1,5 +1,6 @@
 // The JSON model against the library under it and against two well-known libraries, on the same texts: a
-// CommandHub frame, documents of 10 KB and 1 MB. And how its time grows with the members of an object.
+// CommandHub frame, documents of 10 KB and 1 MB. How its time grows with the members of an object, and what
+// texts cost that are made to be slow.
 #include <benchmark/benchmark.h>
 #include <json-parser/json.h>
 #include <rapidjson/document.h>
@@ -10,7 +11,9 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "benchmarks/colliding_keys.h"
 #include "foundation/json/message_object.h"
+#include "platform/linux/code_page.h"
 
 namespace {
 
@@ -132,6 +135,36 @@ void ParseMembers(benchmark::State& state) {
     }
 }
 
+// An object whose keys collide in the standard library's hash, and one of as many keys of that length that
+// don't.
+void ParseKeys(benchmark::State& state, bool colliding) {
+    const bench::CollidingKeys keys;
+    orrery::CMessageObject source;
+    for (unsigned i = 0; i < bench::CollidingKeys::count; ++i) {
+        orrery::WideString key = keys.Key(i);
+        if (!colliding) key = keys.Key(0).replace(0, 8, orrery::ToWide(std::to_string(10'000'000 + i)));
+        source.AddItem(orrery::CMessageItem(std::move(key), true), false);
+    }
+    std::string text;
+    source.SerializeUtf8(text);
+    for (auto _ : state) {
+        orrery::CMessageObject object;
+        benchmark::DoNotOptimize(object.Parse(text));
+    }
+}
+
+// 100,000 letters that the code page lacks, or has.
+void ConvertLetters(benchmark::State& state, char16_t letter) {
+    const orrery::platform::CodePage page("ISO-8859-1");
+    const orrery::WideString text(100'000, letter);
+    std::string narrow;
+    for (auto _ : state) benchmark::DoNotOptimize(page.FromWide(text, narrow));
+}
+
+BENCHMARK_CAPTURE(ParseKeys, Colliding, true);
+BENCHMARK_CAPTURE(ParseKeys, Others, false);
+BENCHMARK_CAPTURE(ConvertLetters, Lacking, u'\u20AC');
+BENCHMARK_CAPTURE(ConvertLetters, Known, u'\u00E4');
 BENCHMARK(ParseMembers)->RangeMultiplier(10)->Range(100, 100'000);
 BENCHMARK(ParseLibraryAlone)->DenseRange(0, 4);
 BENCHMARK(ParseModel)->DenseRange(0, 4);

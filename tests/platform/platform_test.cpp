@@ -1,10 +1,26 @@
 #include <gtest/gtest.h>
 
+#include <thread>
+
+#include "platform/call_gate.h"
 #include "platform/crypto.h"
 #include "platform/event.h"
+#include "support/held_call.h"
 
 namespace orrery::platform {
 namespace {
+
+TEST(CallGate, CloseWaitsForTheCallsOfOthersAndLetsNoneIn) {
+    CallGate gate;
+    test::HeldCall call;
+    std::thread caller([&] {
+        const auto visit = gate.Enter();
+        call.Stay();
+    });
+    EXPECT_TRUE(call.IsAwaitedBy([&] { gate.Close(); }));
+    EXPECT_FALSE(gate.Enter());
+    caller.join();
+}
 
 TEST(Event, TheLowestSignalledIndexWinsUntilReset) {
     constexpr uint64_t generous = 60'000, endless = UINT64_MAX;

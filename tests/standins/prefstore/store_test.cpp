@@ -167,6 +167,36 @@ TEST_F(StoreTest, SettingsAreInAFileOfTheOwnerAloneAtACleanEndThoughOthersGoOn) 
     EXPECT_STREQ(copied.Problem(), "");
 }
 
+// Of the log, all or only some pages have reached the disk.
+TEST_F(StoreTest, AKillCostsNoWriteAndAPowerCutOnlyTheLastOnes) {
+    constexpr size_t writes = 100;
+    Store store(path);
+    for (size_t n = 1; n <= writes; ++n) store.WriteValue(u"Test.Written." + Number(n), Number(n), 0);
+    const std::string log = folder.Read(file + "-wal");
+    const auto lose = [&](size_t begin, size_t size) {
+        return std::string(log).replace(begin, size, size, '\0');
+    };
+    const std::tuple<const char*, std::string, size_t, size_t> cases[] = {
+        {"a kill", log, writes, writes},
+        {"a torn end", log.substr(0, log.size() / 3) + "torn", 1, writes - 1},
+        {"a lost page", lose(log.size() / 2, 4096), 1, writes - 1},
+        {"a lost beginning", lose(0, 32), 0, 0},
+    };
+    for (const auto& [name, onDisk, least, most] : cases) {
+        SCOPED_TRACE(name);
+        const TemporaryFolder copy;
+        copy.Write("settings.db", folder.Read(file));
+        copy.Write("settings.db-wal", onDisk);
+        Store copied(copy.PathOf(""));
+        EXPECT_STREQ(copied.Problem(), "");
+        Listed listed;
+        copied.List(u"Test.Written.", listed);
+        EXPECT_TRUE(listed.size() >= least && listed.size() <= most) << listed.size();
+        for (size_t n = 1; n <= listed.size(); ++n)
+            EXPECT_EQ(Read(copied, u"Test.Written." + Number(n)), Number(n));
+    }
+}
+
 TEST_F(StoreTest, ABackupPutInTheFilesPlaceIsFollowedAndHeard) {
     Store store(path);
     for (const char16_t* name : {u"A.A.same", u"A.A.changed", u"A.A.gone"}) store.WriteValue(name, u"1", 0);
