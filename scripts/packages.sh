@@ -8,7 +8,7 @@ build_packages=(
   libgtest-dev libgmock-dev
 )
 run_packages=(curl)
-test_packages=(tinyproxy squid nginx-light openssl iproute2 binutils locales)
+test_packages=(tinyproxy squid openssl iproute2 binutils locales)
 bench_packages=(libbenchmark-dev rapidjson-dev jq)
 check_packages=(clang clang-format git python3)
 

@@ -55,7 +55,8 @@ TEST_F(WebApi, TakesOnlyWhatIsSignedRightAndInTime) {
 
 TEST_F(WebApi, EachFaultHitsItsRequestOnce) {
     Fault(R"("match":"/webapi/","count":2,"status":403,"actions":{"E":{}})");
-    EXPECT_EQ(Api("GET", "/api/faults"), R"([{"match":"/webapi/","count":2,"status":403,"actions":{"E":{}}}])");
+    EXPECT_EQ(Api("GET", "/api/faults"),
+              R"([{"match":"/webapi/","count":2,"status":403,"actions":{"E":{}}}])");
     EXPECT_EQ(Ask("PUT", data), 201) << "another target";
     for (int i = 0; i < 2; ++i) EXPECT_EQ(Ask("POST", bind, said), 403);
     EXPECT_THAT(http->answer, AllOf(StartsWith(R"({"Code":"403",)"), HasSubstr(R"("Actions":{"E":{}}})")));

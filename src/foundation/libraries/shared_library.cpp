@@ -4,10 +4,10 @@
 
 namespace orrery {
 
-bool SharedLibrary::AddUse(const WideString& folder, FileNameFunction fileName) try {
+bool SharedLibrary::AddUse(const FolderFunction& folder, FileNameFunction fileName) try {
     MutexLock hold(lock);
     if (!loader) {
-        auto fresh = std::make_unique<CLoader>(folder);
+        auto fresh = std::make_unique<CLoader>(folder());
         const bool loaded = fresh->Load(fileName(), {});
         if (loaded || afterFailure == AfterFailure::KeepsLoader) loader = std::move(fresh);
         if (!loaded) return false;

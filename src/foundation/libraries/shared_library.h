@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "contracts/wide_string.h"
@@ -18,13 +19,14 @@ class SharedLibrary {
     // What a failed load leaves behind: an empty loader, with which the next use counts as loaded and gives
     // no objects, or nothing, so that the next use tries again.
     enum class AfterFailure { KeepsLoader, TriesAgain };
+    using FolderFunction = std::function<WideString()>;
     using FileNameFunction = const char16_t* (*)();
 
     explicit SharedLibrary(AfterFailure afterFailure) : afterFailure(afterFailure) {}
 
-    // False, traced, if the library can't be loaded; then there is no use to be given up. The file's name is
-    // asked for only where it is loaded.
-    bool AddUse(const WideString& folder, FileNameFunction fileName) EXCLUDES(lock);
+    // False, traced, if the library can't be loaded; then there is no use to be given up. Folder and name of
+    // the file are asked for only where it is loaded.
+    bool AddUse(const FolderFunction& folder, FileNameFunction fileName) EXCLUDES(lock);
     // Nothing if there is none.
     void DropUse() EXCLUDES(lock);
 

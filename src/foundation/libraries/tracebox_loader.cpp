@@ -17,9 +17,7 @@ const char16_t* LogServiceFile() {
 }  // namespace
 
 CTraceboxLoader::CTraceboxLoader() {
-    WideString folder;
-    GetUtilsFolder(folder);
-    traceboxShared.AddUse(folder, LogServiceFile);
+    traceboxShared.AddUse(UtilsFolder, LogServiceFile);
 }
 
 // Also where the constructor got no use: the count is of loader objects while there is a library.

@@ -17,7 +17,10 @@ const char16_t* TransportFile() {
 
 }  // namespace
 
-CWirelinkLoader::CWirelinkLoader(WideString folder) : folder(std::move(folder)) {}
+CWirelinkLoader::CWirelinkLoader(WideString folder)
+    : CWirelinkLoader([folder = std::move(folder)] { return folder; }) {}
+
+CWirelinkLoader::CWirelinkLoader(std::function<WideString()> folder) : folder(std::move(folder)) {}
 
 CWirelinkLoader::~CWirelinkLoader() {
     if (loaded) Unload();

@@ -2,6 +2,8 @@
 // be used by one thread at a time.
 #pragma once
 
+#include <functional>
+
 #include "contracts/wide_string.h"
 #include "contracts/wirelink.h"
 
@@ -10,6 +12,8 @@ namespace orrery {
 class CWirelinkLoader {
   public:
     explicit CWirelinkLoader(WideString folder);
+    // The folder is asked for only if the library isn't loaded yet.
+    explicit CWirelinkLoader(std::function<WideString()> folder);
     virtual ~CWirelinkLoader();  // unloads if this object still holds a use
     CWirelinkLoader(const CWirelinkLoader&) = delete;
     CWirelinkLoader& operator=(const CWirelinkLoader&) = delete;
@@ -22,7 +26,7 @@ class CWirelinkLoader {
     void Unload();
 
   private:
-    const WideString folder;
+    const std::function<WideString()> folder;
     bool loaded = false;
 };
 

@@ -4,18 +4,7 @@
 
 namespace orrery {
 
-namespace {
-
-// Empty if the agent isn't installed: then the system's own search finds the library, or doesn't.
-WideString UtilsFolder() {
-    WideString folder;
-    GetUtilsFolder(folder);
-    return folder;
-}
-
-}  // namespace
-
-CWirelinkUse::CWirelinkUse() : wirelinkLoader(UtilsFolder()) {
+CWirelinkUse::CWirelinkUse() : wirelinkLoader(UtilsFolder) {
     if (wirelinkLoader.Load()) wirelink = wirelinkLoader.GetInterface();
 }
 

@@ -46,6 +46,12 @@ bool GetUtilsFolder(WideString& path) {
     return true;
 }
 
+WideString UtilsFolder() {
+    WideString folder;
+    GetUtilsFolder(folder);
+    return folder;
+}
+
 bool GetDataFolder(WideString& path) {
     WideString folder;
     if (!platform::CommonDataFolder(folder)) return false;

@@ -13,6 +13,8 @@ inline constexpr char16_t agentRegistryKey[] = u"SOFTWARE\\Zelko Security\\Setup
 bool GetInstallFolder(WideString& path);
 // Where the sibling libraries lie: `Utils` in the install folder. False as above.
 bool GetUtilsFolder(WideString& path);
+// The same; empty if the agent isn't installed. Then the system's own search finds a library, or doesn't.
+WideString UtilsFolder();
 // The log folder: company and product below the common application data.
 bool GetDataFolder(WideString& path);
 // `Messages` in the data folder; made if it is missing. False if it can't be.
