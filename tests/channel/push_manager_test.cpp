@@ -12,10 +12,9 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class PushManagerTest : public testing::Test {
+class PushManagerTest : public EnvironmentTest {
   protected:
     PushManagerTest() {
-        environment.Reset();
         config.Set(u"Register.Register.DeviceId", u"abc");
         config.Set(u"Register.Register.SiteId", u"site");
     }
@@ -26,8 +25,6 @@ class PushManagerTest : public testing::Test {
         return texts;
     }
 
-    TestEnvironment& environment = TestEnvironment::Get();
-    FakeConfigUtil& config = environment.config;
     FakeServer server;
     std::unique_ptr<IPushChannel> channel = server.MakeChannel({}, nullptr);
     std::unique_ptr<IPushService> service = server.MakeService(u"abc", channel.get(), &config);

@@ -15,10 +15,7 @@
 namespace orrery::test {
 namespace {
 
-struct Surroundings : testing::Test {
-    Surroundings() { environment.Reset(); }
-
-    TestEnvironment& environment = TestEnvironment::Get();
+struct Surroundings : EnvironmentTest {
     const WideString folder = platform::WidePath(environment.root.string());
 };
 

@@ -24,10 +24,9 @@ constexpr char16_t hostKey[] = u"Communications.Method_CommandHub.Hostname";
 
 // The clock stands: a wait is over when a test says so. Checks come from the test, as the period of the
 // manager's thread is a day, unless the test shortens it.
-class RealtimeManagerTest : public testing::Test {
+class RealtimeManagerTest : public EnvironmentTest {
   protected:
     RealtimeManagerTest() {
-        environment.Reset();
         config.Set(u"Register.Register.DeviceId", u"abc");
         config.Set(u"Communications.Method_CommandHub.Scheme", u"wss");
         config.Set(hostKey, u"hub");
@@ -70,8 +69,6 @@ class RealtimeManagerTest : public testing::Test {
 
     int attempts = 0;
     TestClock clock;
-    TestEnvironment& environment = TestEnvironment::Get();
-    FakeConfigUtil& config = environment.config;
     CDispatcherHelper dispatcher;
     FakeServer server;
     std::unique_ptr<CRealtimeManager> manager;
