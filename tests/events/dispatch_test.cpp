@@ -4,6 +4,7 @@
 #include "events/event_scheduler.h"
 #include "events/scheduler_helper.h"
 #include "platform/error_codes.h"
+#include "support/failing_memory.h"
 #include "support/test_environment.h"
 
 namespace orrery::test {
@@ -44,6 +45,21 @@ TEST_F(Dispatch, FailedLoadIsToldOnce) {
         environment.Replace("Eventgate", "services");
         EXPECT_EQ(failing.RaiseEventText(u"{}", EventOrigin::Local), 0U);
     }
+}
+
+TEST_F(Dispatch, ALoadWithoutMemoryIsTriedAgain) {
+    uint32_t result = 0;
+    bool wasWithout = false;
+    auto fresh = std::make_unique<CDispatcherHelper>();
+    const auto raise = [&] { result = fresh->RaiseEventText(u"{}", EventOrigin::Local); };
+    FailEachAllocation(raise, [&](bool) {
+        wasWithout |= result == NotEnoughMemory;
+        if (result == NotEnoughMemory) raise();
+        EXPECT_TRUE(result != 0 || environment.eventgate.uses == 1);
+        fresh = std::make_unique<CDispatcherHelper>();
+        EXPECT_EQ(environment.eventgate.uses, 0);
+    });
+    EXPECT_TRUE(wasWithout);
 }
 
 TEST_F(Dispatch, AListEndsAtItsFirstFailureAndAnArrayGoesOutAsOne) {

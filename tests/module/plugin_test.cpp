@@ -8,6 +8,7 @@
 #include "platform/error_codes.h"
 #include "platform/files.h"
 #include "platform/library.h"
+#include "support/failing_memory.h"
 #include "support/test_environment.h"
 
 namespace orrery::test {
@@ -135,6 +136,32 @@ TEST_F(Plugin, WithoutTransportOrAfterTheStopEventsHaveNothingToDo) {
         plugin->Release();
         release(container);
     }
+}
+
+TEST_F(Plugin, WithoutMemoryNothingStaysAndStartTellsNothing) {
+    IPluginV1* container = nullptr;
+    bool wasWithoutLog = false;
+    FailEachAllocation([&] { container = get(); },
+                       [&](bool threw) {
+                           EXPECT_FALSE(threw && container);
+                           wasWithoutLog |= container && environment.tracebox.uses == 0;
+                           if (container) release(std::exchange(container, nullptr));
+                           ExpectNothingHeld();
+                       });
+    EXPECT_TRUE(wasWithoutLog) << "that is no reason to give up";
+    container = get();
+    const WideString guid = container->GetPluginGuid();
+    IPluginInterface* plugin = nullptr;
+    const auto start = [&] {
+        EXPECT_EQ(container->QueryInterface(guid, &plugin), 0U);
+        if (plugin) plugin->GetEventHandlerString();
+        EXPECT_EQ(plugin ? plugin->Start() : 0U, 0U);
+    };
+    FailEachAllocation(start, [&](bool threw) {
+        EXPECT_FALSE(threw);
+        if (plugin) Execute(plugin, u"RealtimeDisable"), plugin->Release();
+    });
+    release(container);
 }
 
 TEST_F(Plugin, ItsObjectActsOnWhatIsThereAndOutlivesIt) {
