@@ -64,7 +64,8 @@ TEST_F(Proxies, WithoutStoreTransportOrListThereAreNone) {
 
 TEST_F(Proxies, AnEncipheredListIsRead) {
     std::string sealed;
-    CAESCypher().EncipherToText(R"({"ProxyConfig":[{"source":"direct"}]})", sealed);
+    const char* const own = R"({"ProxyConfig":[{"source":"explicit","proxyList":"p","DeviceId":"device"}]})";
+    CAESCypher().EncipherToText(own, sealed);
     std::string altered = sealed;
     altered[altered.size() - 8] ^= 1;
     for (const auto& text : {sealed, altered, sealed.substr(4), sealed.substr(0, 64)}) {
