@@ -16,6 +16,7 @@ namespace {
 
 constexpr char fileName[] = "settings.db";
 constexpr int busyTimeout = 5000;  // milliseconds
+constexpr int closingTimeout = 1000;
 
 // A write brings three pages into the log, so they are small (those of an earlier file stay as they are), and
 // the disk is waited for once in a thousand writes. The log comes before the syncing: a file that had none is
@@ -140,10 +141,13 @@ void Database::Closer::operator()(sqlite3_stmt* closing) const {
 
 Database::Database(const std::string& folder) : folder(folder), path(PathIn(folder)) {}
 
-// The last process to close does as much by itself, the others don't.
+// The last process to close does as much by itself, the others don't. A reader in between is waited for, as
+// he would keep what he doesn't see yet out of the file, but not for long: the log has it all.
 Database::~Database() {
-    if (hasWritten)
-        sqlite3_wal_checkpoint_v2(connection.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+    if (hasWritten) {
+        sqlite3_busy_timeout(connection.get(), closingTimeout);
+        sqlite3_wal_checkpoint_v2(connection.get(), nullptr, SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
+    }
     Close();
 }
 
