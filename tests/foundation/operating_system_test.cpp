@@ -20,6 +20,8 @@ TEST(OperatingSystem, FamilyFollowsVersionKindAndBuild) {
         {5, 2, server, u"3790", 0, 2},
         {6, 0, workstation, u"6002", 0, 3},
         {6, 1, server, u"7601", 0, 6},
+        {6, 1, workstation, u"7601", 0, 5},
+        {6, 2, server, u"9200", 0, 8},
         {6, 3, workstation, u"9600", 0, 9},
         {6, 3, server, u"9600", 0, 10},
         {10, 0, workstation, u"21999", 0, 11},

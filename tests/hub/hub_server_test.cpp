@@ -86,8 +86,9 @@ TEST_F(Devices, KeepsOneLinkForEachDeviceAndOneDeviceForEachLink) {
     EXPECT_EQ(Push(1), R"({"reached":0})") << "topics of the registration before";
     EXPECT_THAT(Answer(*second, DeviceFrame(10, "x\\ny")), StartsWith(welcome));
     EXPECT_TRUE(DevicesBecome(1));
-    EXPECT_THAT(Api("GET", "/api/devices?all=1"), AllOf(HasSubstr(R"({"device":"a","connected":false)"),
-                                                        HasSubstr(R"({"device":"x\ny","connected":true)")));
+    EXPECT_THAT(Api("GET", "/api/devices?all=1"),
+                AllOf(HasSubstr(R"({"device":"a","connected":false)"), HasSubstr(R"("registrations":2)"),
+                      HasSubstr(R"({"device":"x\ny","connected":true)")));
 }
 
 TEST_F(Devices, PushesArriveInOrderAndASlowDeviceHoldsNobodyUp) {
