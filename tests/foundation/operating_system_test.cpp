@@ -19,8 +19,10 @@ TEST(OperatingSystem, FamilyFollowsVersionKindAndBuild) {
         {5, 2, workstation, u"3790", 0, 1},
         {5, 2, server, u"3790", 0, 2},
         {6, 0, workstation, u"6002", 0, 3},
+        {6, 0, server, u"6002", 0, 4},
         {6, 1, server, u"7601", 0, 6},
         {6, 1, workstation, u"7601", 0, 5},
+        {6, 2, workstation, u"9200", 0, 7},
         {6, 2, server, u"9200", 0, 8},
         {6, 3, workstation, u"9600", 0, 9},
         {6, 3, server, u"9600", 0, 10},
@@ -41,6 +43,8 @@ TEST(OperatingSystem, FamilyFollowsVersionKindAndBuild) {
         const bool isServer = machine.isServer && (machine.productType == 0 || machine.family == 12);
         EXPECT_EQ(known.family(), machine.family) << ToUtf8(machine.build);
         EXPECT_EQ(known.Info().isServer, isServer) << ToUtf8(machine.build);
+        const WideString number = machine.family == 14 ? u"11" : u"10";
+        EXPECT_EQ(known.Info().fullName, u"System " + number + u" Pro 64 bits Version 22H2");
     }
 }
 

@@ -1,6 +1,8 @@
 // An operating system as a test describes it.
 #pragma once
 
+#include <map>
+
 #include "platform/os_version.h"
 
 namespace orrery::test {
@@ -33,8 +35,12 @@ struct FakeSystem final : platform::OsVersion {
         return true;
     }
     bool RegistryText(const WideString&, const WideString& name, WideString& value) override {
-        value = machine.build;
-        return name == u"CurrentBuildNumber";
+        const std::map<WideString, WideString> texts = {{u"CurrentBuildNumber", machine.build},
+                                                        {u"ProductName", u"System 10 Pro"},
+                                                        {u"DisplayVersion", u"22H2"}};
+        const auto found = texts.find(name);
+        if (found != texts.end()) value = found->second;
+        return found != texts.end();
     }
     bool RegistryNumber(const WideString&, const WideString&, uint32_t&) override { return false; }
 
