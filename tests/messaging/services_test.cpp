@@ -79,10 +79,10 @@ TEST_F(Services, OnlyWhatSettingsAndTransportAllowIsDone) {
 }
 
 TEST_F(Services, OnlyANumberFromItsFirstCharacterOnIsAVersion) {
-    for (const WideString version : {u"2", u"2x", u" 2", u"+2", u"x2", u"1", u"4294967298"}) {
+    for (const WideString version : {u"2", u"02", u"2x", u" 2", u"+2", u"x2", u"1", u"4294967298"}) {
         Set(u"Authorization.AuthorizationService", u"ZWS");
         Set(u"Authorization.AuthorizationServiceVersion", version);
-        EXPECT_EQ(Version(), version[0] == u'2' ? 2U : 1U);
+        EXPECT_EQ(Version(), version[0] == u'2' || version == u"02" ? 2U : 1U);
         Set(u"Authorization.AuthorizationService", u"zws");
         EXPECT_EQ(Version(), 1U);
     }
