@@ -168,6 +168,7 @@ TEST(StatusReport, TellsAPersonWhatIsKnown) {
              "channel       lost\n",
              "last loss     between 2025-12-31T23:59:40.000Z and 2025-12-31T23:59:50.000Z\n",
              "next attempt  between 2026-01-01T00:01:35.000Z and 2026-01-01T00:01:45.000Z\n",
+             "retries       at maximum\n",
              "polls         next 2026-01-01T00:01:00.000Z, every 60 s\n",
              "  t: next 2026-01-02T00:00:00.000Z, disabled A B\n",
              "  E: 3 errors of 2, until 2026-01-01T00:00:01.000Z\n",
